@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything and runs every test.
+#   scripts/test.sh            the normal build and test run
+#   scripts/test.sh --sanitize also builds and tests under ASan/UBSan
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+sanitize=0
+for arg in "$@"; do
+  case "$arg" in
+    --sanitize) sanitize=1 ;;
+    *) echo "usage: $0 [--sanitize]" >&2; exit 2 ;;
+  esac
+done
+
+scripts/setup-deps.sh
+
+run_suite() {
+  local dir=$1; shift
+  cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
+  cmake --build "$dir"
+  QT_QPA_PLATFORM=offscreen ctest --test-dir "$dir" --output-on-failure -j2
+}
+
+run_suite build
+if [ "$sanitize" -eq 1 ]; then
+  run_suite build-sanitize -DCMAKE_BUILD_TYPE=Debug -DVELMORA_SANITIZE=ON -DVELMORA_BUILD_BENCH=OFF
+fi

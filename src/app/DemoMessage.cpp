@@ -1,0 +1,33 @@
+#include "app/DemoMessage.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+namespace velmora {
+
+std::optional<DemoMessage> readDemoMessage(const QString& path, QString& error) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        error = QStringLiteral("%1: %2").arg(path, file.errorString());
+        return std::nullopt;
+    }
+    const QString text = QString::fromUtf8(file.readAll()).remove(QLatin1Char('\r'));
+    const qsizetype blank = text.indexOf(QStringLiteral("\n\n"));
+    if (blank < 0) {
+        error = QStringLiteral("%1: no blank line after the headers").arg(path);
+        return std::nullopt;
+    }
+    DemoMessage message;
+    message.fileName = QFileInfo(path).fileName();
+    for (const QString& line : text.left(blank).split(QLatin1Char('\n'))) {
+        if (line.startsWith(QStringLiteral("From:")))
+            message.sender = line.mid(5).trimmed();
+        else if (line.startsWith(QStringLiteral("Subject:")))
+            message.subject = line.mid(8).trimmed();
+    }
+    message.body = text.mid(blank + 2);
+    message.body.replace(QLatin1Char('\n'), QStringLiteral("\r\n"));
+    return message;
+}
+
+} // namespace velmora

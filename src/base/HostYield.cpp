@@ -1,0 +1,11 @@
+#include "base/HostYield.h"
+
+#include <QCoreApplication>
+
+namespace velmora {
+
+void yieldToHost() {
+    QCoreApplication::processEvents();
+}
+
+} // namespace velmora

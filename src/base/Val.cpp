@@ -1,0 +1,178 @@
+#include "base/Val.h"
+
+#include "base/VbError.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+
+namespace velmora {
+namespace {
+
+bool isIgnoredBlank(unsigned c) {
+    return c == ' ' || c == '\t' || c == '\n';
+}
+
+bool isDigit(unsigned c) {
+    return c >= '0' && c <= '9';
+}
+
+// Reads a radix number after "&H"/"&O". Values that fit 16 bits unsigned wrap
+// to a 16-bit signed number and those that fit 32 bits to a 32-bit one, as the
+// original runtime's hexadecimal literals do ("&HFFFF" is -1).
+template <typename Unit>
+double radixValue(const Unit* p, const Unit* end, unsigned radix) {
+    std::uint64_t value = 0;
+    for (; p != end; ++p) {
+        const unsigned c = static_cast<unsigned>(*p);
+        if (isIgnoredBlank(c))
+            continue;
+        unsigned digit;
+        if (isDigit(c))
+            digit = c - '0';
+        else if (radix == 16 && c >= 'a' && c <= 'f')
+            digit = c - 'a' + 10;
+        else if (radix == 16 && c >= 'A' && c <= 'F')
+            digit = c - 'A' + 10;
+        else
+            break;
+        if (digit >= radix)
+            break;
+        value = value * radix + digit;
+        if (value > 0xFFFFFFFFull)
+            throw VbError(VbError::Overflow);
+    }
+    if (value <= 0xFFFF)
+        return static_cast<std::int16_t>(static_cast<std::uint16_t>(value));
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
+}
+
+template <typename Unit>
+double parseVal(const Unit* p, const Unit* end) {
+    auto skipBlanks = [&] {
+        while (p != end && isIgnoredBlank(static_cast<unsigned>(*p)))
+            ++p;
+    };
+    skipBlanks();
+    if (p != end && *p == Unit('&') && p + 1 != end) {
+        const unsigned kind = static_cast<unsigned>(p[1]);
+        if (kind == 'h' || kind == 'H')
+            return radixValue(p + 2, end, 16);
+        if (kind == 'o' || kind == 'O')
+            return radixValue(p + 2, end, 8);
+        if (isDigit(kind))
+            return radixValue(p + 1, end, 8);
+        return 0.0;
+    }
+
+    // Collect the number's characters, blanks removed, into a small buffer that
+    // std::from_chars can read (it ignores the locale, unlike strtod).
+    char buf[400];
+    std::size_t n = 0;
+    std::uint64_t integer = 0; // fast path for plain whole numbers
+    bool plainInteger = true;
+    int significantDigits = 0;
+    auto put = [&](char c) {
+        if (n < sizeof buf - 1)
+            buf[n++] = c;
+    };
+
+    bool negative = false;
+    bool expNegative = false;
+    if (p != end && (*p == Unit('-') || *p == Unit('+'))) {
+        negative = *p == Unit('-');
+        ++p;
+    }
+    bool anyDigit = false;
+    for (; p != end; ++p) {
+        const unsigned c = static_cast<unsigned>(*p);
+        if (isIgnoredBlank(c))
+            continue;
+        if (!isDigit(c))
+            break;
+        anyDigit = true;
+        put(static_cast<char>(c));
+        if (integer != 0 || c != '0')
+            ++significantDigits;
+        integer = integer * 10 + (c - '0');
+    }
+    if (p != end && *p == Unit('.')) {
+        plainInteger = false;
+        put('.');
+        for (++p; p != end; ++p) {
+            const unsigned c = static_cast<unsigned>(*p);
+            if (isIgnoredBlank(c))
+                continue;
+            if (!isDigit(c))
+                break;
+            anyDigit = true;
+            put(static_cast<char>(c));
+        }
+    }
+    if (!anyDigit)
+        return 0.0;
+    if (p != end) {
+        const unsigned e = static_cast<unsigned>(*p);
+        if (e == 'e' || e == 'E' || e == 'd' || e == 'D') {
+            const Unit* q = p + 1;
+            while (q != end && isIgnoredBlank(static_cast<unsigned>(*q)))
+                ++q;
+            char sign = '+';
+            if (q != end && (*q == Unit('-') || *q == Unit('+'))) {
+                sign = static_cast<char>(*q);
+                ++q;
+            }
+            bool expDigit = false;
+            char expBuf[32];
+            std::size_t en = 0;
+            for (; q != end; ++q) {
+                const unsigned c = static_cast<unsigned>(*q);
+                if (isIgnoredBlank(c))
+                    continue;
+                if (!isDigit(c))
+                    break;
+                expDigit = true;
+                if (en < sizeof expBuf)
+                    expBuf[en++] = static_cast<char>(c);
+            }
+            if (expDigit) {
+                plainInteger = false;
+                expNegative = sign == '-';
+                put('e');
+                put(sign);
+                for (std::size_t i = 0; i < en; ++i)
+                    put(expBuf[i]);
+            }
+        }
+    }
+
+    if (plainInteger && significantDigits <= 18)
+        return negative ? -static_cast<double>(integer) : static_cast<double>(integer);
+
+    double value = 0.0;
+    const auto result = std::from_chars(buf, buf + n, value);
+    if (result.ec == std::errc::result_out_of_range) {
+        // from_chars leaves the value alone both ways: tell a number too small
+        // to represent (which is simply 0) from one too large.
+        if (expNegative || significantDigits == 0)
+            return 0.0;
+        throw VbError(VbError::Overflow);
+    }
+    if (std::isinf(value))
+        throw VbError(VbError::Overflow);
+    return negative ? -value : value;
+}
+
+} // namespace
+
+double Val(QStringView text) {
+    const char16_t* begin = text.utf16();
+    return parseVal(begin, begin + text.size());
+}
+
+double Val(QByteArrayView text) {
+    const auto* begin = reinterpret_cast<const unsigned char*>(text.data());
+    return parseVal(begin, begin + text.size());
+}
+
+} // namespace velmora

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+
+namespace velmora {
+
+// The line break the text routines split and join mail text with.
+inline constexpr QStringView kLineBreak = u"\r\n";
+
+// Splits at every occurrence of `separator` (exact, case-sensitive), keeping
+// empty pieces. An empty text gives no pieces at all, and an empty separator
+// gives the whole text as the only piece.
+QStringList vbSplit(const QString& text, QStringView separator);
+
+// Lower-cases code unit by code unit, so the length never changes.
+QString vbLCase(QStringView text);
+
+// The longer of two pieces; on equal length the second one.
+const QString& longerOrSecond(const QString& first, const QString& second);
+
+} // namespace velmora

@@ -1,0 +1,29 @@
+#include "base/Val.h"
+#include "base/VbError.h"
+
+#include <gtest/gtest.h>
+
+using namespace velmora;
+
+TEST(Val, ReadsTheLongestNumericPrefixLeniently) {
+    const struct {
+        const char* text;
+        double value;
+    } cases[] = {
+        {"", 0},         {"abc", 0},      {" 5", 5},        {"-5", -5},       {"+7", 7},
+        {" 2.5", 2.5},   {".5", 0.5},     {"12abc", 12},    {"1 2", 12},      {"\t4\n2", 42},
+        {"- 3", -3},     {"1,000", 1},    {"1e3", 1000},    {"1D2", 100},     {"2.5e-1", 0.25},
+        {"1e", 1},       {"&H10", 16},    {"&HFFFF", -1},   {"&H10000", 65536}, {"&o17", 15},
+        {"&HFFFFFFFF", -1}, {"&", 0},     {"--5", 0},       {" 0", 0},        {"1e-400", 0},
+        {"12345678901234567890", 12345678901234567890.0},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Val(QString::fromLatin1(c.text)), c.value) << c.text;
+        EXPECT_EQ(Val(QByteArrayView(c.text)), c.value) << c.text;
+    }
+}
+
+TEST(Val, ANumberBeyondDoubleRangeOverflows) {
+    EXPECT_THROW(Val(QStringLiteral("1e400")), VbError);
+    EXPECT_THROW(Val(QStringLiteral("&H100000000")), VbError);
+}

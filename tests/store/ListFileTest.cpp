@@ -1,0 +1,103 @@
+#include "store/ListFile.h"
+
+#include "support/TestSupport.h"
+
+using namespace velmora;
+using velmora::test::RecordingSink;
+using velmora::test::TempFolder;
+
+namespace {
+
+StringList listOf(std::initializer_list<const char*> entries) {
+    StringList list;
+    for (const char* e : entries)
+        list.append(QString::fromLatin1(e));
+    return list;
+}
+
+} // namespace
+
+TEST(LoadARRAY, ReadsNonEmptyLinesFromSlotOne) {
+    RecordingSink sink;
+    TempFolder dir;
+    dir.writeBytes(QStringLiteral("trusteml.dat"), "first@x.com\r\n\r\nthird\xE9@x.com\r\n");
+    StringList list = listOf({"stale"});
+    LoadARRAY(list, dir.file(QStringLiteral("trusteml.dat")));
+    ASSERT_EQ(list.upperBound(), 2);
+    EXPECT_EQ(list[0], QString());
+    EXPECT_EQ(list[1], QStringLiteral("first@x.com"));
+    EXPECT_EQ(list[2], QStringLiteral("third\u00E9@x.com"));
+
+    // Bare LF ends a line too; a last line without terminator counts.
+    dir.writeBytes(QStringLiteral("restricted.dat"), "viagra\ncasino");
+    LoadARRAY(list, dir.file(QStringLiteral("restricted.dat")));
+    EXPECT_EQ(list, listOf({"viagra", "casino"}));
+
+    dir.writeBytes(QStringLiteral("empty.dat"), "");
+    LoadARRAY(list, dir.file(QStringLiteral("empty.dat")));
+    EXPECT_EQ(list.upperBound(), 0);
+    EXPECT_TRUE(sink.messages.isEmpty());
+}
+
+TEST(LoadARRAY, MissingFileIsReportedAndLeavesTheListEmpty) {
+    RecordingSink sink;
+    TempFolder dir;
+    StringList list = listOf({"a", "b"});
+    LoadARRAY(list, dir.file(QStringLiteral("trusteml.dat")));
+    EXPECT_EQ(list.upperBound(), 0);
+    ASSERT_EQ(sink.messages.size(), 1);
+    EXPECT_TRUE(sink.messages[0].startsWith(QStringLiteral("LoadARRAY_error: File not found (")))
+        << sink.messages[0].toStdString();
+    EXPECT_TRUE(sink.messages[0].contains(QStringLiteral("trusteml.dat")));
+}
+
+TEST(WriteARRAY, OneEntryIsSavedAsAnEmptyFile) {
+    RecordingSink sink;
+    TempFolder dir;
+    const QString path = dir.file(QStringLiteral("trusteml.dat"));
+    dir.writeBytes(QStringLiteral("trusteml.dat"), "old\r\n");
+
+    WriteARRAY(StringList(), path);
+    EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")), QByteArray());
+
+    WriteARRAY(listOf({"only@x.com"}), path);
+    EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")), QByteArray());
+
+    StringList two = listOf({"a@x.com", "b\xE9"});
+    two[0] = QStringLiteral("slot zero is never written");
+    two[2] = QStringLiteral("b\u00E9\u20AC");
+    WriteARRAY(two, path);
+    EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")), QByteArray("a@x.com\r\nb\xE9\x80\r\n"));
+    EXPECT_TRUE(sink.messages.isEmpty());
+
+    StringList reread;
+    LoadARRAY(reread, path);
+    EXPECT_EQ(reread[2], two[2]);
+}
+
+TEST(WriteARRAY, MoreThan32767EntriesLeaveAnEmptyFile) {
+    RecordingSink sink;
+    TempFolder dir;
+    dir.writeBytes(QStringLiteral("trusteml.dat"), "old\r\nlines\r\n");
+    StringList list;
+    for (int i = 0; i < 32768; ++i)
+        list.append(QStringLiteral("a%1@x.com").arg(i));
+    WriteARRAY(list, dir.file(QStringLiteral("trusteml.dat")));
+    EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")), QByteArray());
+    EXPECT_EQ(sink.messages, QStringList{QStringLiteral("WriteARRAY_error: Overflow")});
+
+    list = StringList();
+    for (int i = 0; i < 32767; ++i)
+        list.append(QStringLiteral("a%1@x.com").arg(i));
+    WriteARRAY(list, dir.file(QStringLiteral("trusteml.dat")));
+    EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")).count('\n'), 32767);
+}
+
+TEST(WriteARRAY, MissingFolderIsReportedByName) {
+    RecordingSink sink;
+    TempFolder dir;
+    WriteARRAY(listOf({"a", "b"}), dir.file(QStringLiteral("nofolder/trusteml.dat")));
+    ASSERT_EQ(sink.messages.size(), 1);
+    EXPECT_TRUE(sink.messages[0].startsWith(QStringLiteral("WriteARRAY_error: Path not found (")));
+    EXPECT_TRUE(sink.messages[0].contains(QStringLiteral("nofolder/trusteml.dat")));
+}
