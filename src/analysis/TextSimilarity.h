@@ -1,14 +1,34 @@
 #pragma once
 
+#include "base/Rounding.h"
 #include "store/TxtRec.h"
 
+#include <cmath>
+
 namespace velmora {
+
+namespace detail {
+// Reports a failed comparison ("comppar_error: Overflow") and returns 0.
+float compparFailed();
+} // namespace detail
 
 // How close the smaller of two quantities is to the larger, in whole percent
 // (0 to 100 for non-negative inputs; symmetric). A zero counts as 0.0001, so
 // two zeros give 100 and a zero against 1 or more gives 0. The quotient is
 // taken in single precision and rounded half to even (1 against 8 gives 12).
-float comppar(float a, float b);
+// Inline: it runs seventeen times per record when a table is scanned.
+inline float comppar(float a, float b) {
+    if (a == 0)
+        a = 0.0001f;
+    if (b == 0)
+        b = 0.0001f;
+    const float ratio = a <= b ? (a * 100) / b : (b * 100) / a;
+    if (!std::isfinite(ratio))
+        return detail::compparFailed();
+    if (a == b)
+        return 100;
+    return float(roundHalfEven(ratio));
+}
 
 // Likeness of two text records in percent, with two decimals: the sixteen
 // letter counts weigh twice as much as the lines-per-letter density; below 100
