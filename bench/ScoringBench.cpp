@@ -12,43 +12,35 @@ namespace {
 
 using namespace velmora;
 
-void BM_ScanTxtTable(benchmark::State& state) {
-    const TxtRecords table = bench::sampleTxtTable(bench::kFullTable);
-    const TxtRec candidate = bench::distantTxtCandidate();
+// Scores `candidate` against every entry, keeping the best score as the
+// classifier does.
+template <typename Table, typename Record, typename Compare>
+void scanWholeTable(benchmark::State& state, const Table& table, const Record& candidate,
+                    Compare compare) {
     float best = 0;
     for (auto _ : state) {
         best = 0;
-        for (const TxtRec& rec : table) {
-            const float score = comparetxt(rec, candidate);
+        for (const auto& entry : table) {
+            const float score = compare(entry, candidate);
             if (score > best)
                 best = score;
         }
         benchmark::DoNotOptimize(best);
     }
     state.counters["best"] = best;
-    state.counters["records/s"] =
-        benchmark::Counter(double(table.upperBound()) * double(state.iterations()),
-                           benchmark::Counter::kIsRate);
+    state.counters["records/s"] = benchmark::Counter(
+        double(table.upperBound()) * double(state.iterations()), benchmark::Counter::kIsRate);
+}
+
+void BM_ScanTxtTable(benchmark::State& state) {
+    scanWholeTable(state, bench::sampleTxtTable(bench::kFullTable), bench::distantTxtCandidate(),
+                   comparetxt);
 }
 BENCHMARK(BM_ScanTxtTable)->Unit(benchmark::kMillisecond);
 
 void BM_ScanPicTable(benchmark::State& state) {
-    const PicRecords table = bench::samplePicTable(bench::kFullTable);
-    const PicRec candidate = bench::distantPicCandidate();
-    float best = 0;
-    for (auto _ : state) {
-        best = 0;
-        for (const PicRec& rec : table) {
-            const float score = comparepics(rec, candidate);
-            if (score > best)
-                best = score;
-        }
-        benchmark::DoNotOptimize(best);
-    }
-    state.counters["best"] = best;
-    state.counters["records/s"] =
-        benchmark::Counter(double(table.upperBound()) * double(state.iterations()),
-                           benchmark::Counter::kIsRate);
+    scanWholeTable(state, bench::samplePicTable(bench::kFullTable), bench::distantPicCandidate(),
+                   comparepics);
 }
 BENCHMARK(BM_ScanPicTable)->Unit(benchmark::kMillisecond);
 

@@ -21,14 +21,17 @@ std::optional<int> likenessSum(const std::int32_t* a, const std::int32_t* b, int
         __m128 x = _mm_cvtepi32_ps(_mm_loadu_si128(reinterpret_cast<const __m128i*>(a + k)));
         __m128 y = _mm_cvtepi32_ps(_mm_loadu_si128(reinterpret_cast<const __m128i*>(b + k)));
         // A zero counts as 0.0001.
-        x = _mm_or_ps(_mm_and_ps(_mm_cmpeq_ps(x, zero), tiny), _mm_andnot_ps(_mm_cmpeq_ps(x, zero), x));
-        y = _mm_or_ps(_mm_and_ps(_mm_cmpeq_ps(y, zero), tiny), _mm_andnot_ps(_mm_cmpeq_ps(y, zero), y));
+        x = _mm_or_ps(_mm_and_ps(_mm_cmpeq_ps(x, zero), tiny),
+                      _mm_andnot_ps(_mm_cmpeq_ps(x, zero), x));
+        y = _mm_or_ps(_mm_and_ps(_mm_cmpeq_ps(y, zero), tiny),
+                      _mm_andnot_ps(_mm_cmpeq_ps(y, zero), y));
         // The smaller times 100 over the larger, in single precision, rounded
         // half to even by the conversion (the default rounding mode).
         const __m128 ratio = _mm_div_ps(_mm_mul_ps(_mm_min_ps(x, y), hundred), _mm_max_ps(x, y));
         __m128i likeness = _mm_cvtps_epi32(ratio);
         const __m128i equal = _mm_castps_si128(_mm_cmpeq_ps(x, y));
-        likeness = _mm_or_si128(_mm_and_si128(equal, hundredInt), _mm_andnot_si128(equal, likeness));
+        likeness =
+            _mm_or_si128(_mm_and_si128(equal, hundredInt), _mm_andnot_si128(equal, likeness));
         // Outside 0..255 (the conversion gives INT_MIN for values it cannot hold).
         outOfRange = _mm_or_si128(outOfRange, _mm_cmplt_epi32(likeness, _mm_setzero_si128()));
         outOfRange = _mm_or_si128(outOfRange, _mm_cmpgt_epi32(likeness, _mm_set1_epi32(255)));

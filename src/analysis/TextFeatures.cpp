@@ -51,23 +51,40 @@ QString rawMailCandidate(const QString& word) {
 // Slot 12 is never filled, and "d" and "p" share slot 11.
 constexpr int letterSlot(char16_t c) {
     switch (c) {
-    case 'a': return 1;
-    case 'e': return 0;
-    case 'r': return 2;
-    case 'i': return 3;
-    case 'o': return 4;
-    case 't': return 5;
-    case 'n': return 6;
-    case 's': return 7;
-    case 'l': return 8;
-    case 'c': return 9;
-    case 'u': return 10;
-    case 'd': return 11;
-    case 'p': return 11;
-    case 'm': return 13;
-    case 'h': return 14;
-    case 'g': return 15;
-    default: return -1;
+    case 'a':
+        return 1;
+    case 'e':
+        return 0;
+    case 'r':
+        return 2;
+    case 'i':
+        return 3;
+    case 'o':
+        return 4;
+    case 't':
+        return 5;
+    case 'n':
+        return 6;
+    case 's':
+        return 7;
+    case 'l':
+        return 8;
+    case 'c':
+        return 9;
+    case 'u':
+        return 10;
+    case 'd':
+        return 11;
+    case 'p':
+        return 11;
+    case 'm':
+        return 13;
+    case 'h':
+        return 14;
+    case 'g':
+        return 15;
+    default:
+        return -1;
     }
 }
 

@@ -58,8 +58,8 @@ void AddMailAddr(StringList& trustedList, QString address) {
         else
             trustedList.insertAt(place, address);
     } catch (const VbError& error) {
-        showMessage(QStringLiteral("AddMailAddr: ") + error.description() + QStringLiteral(" Max =") +
-                    signOrSpace(trustedList.upperBound()));
+        showMessage(QStringLiteral("AddMailAddr: ") + error.description() +
+                    QStringLiteral(" Max =") + signOrSpace(trustedList.upperBound()));
     }
 }
 

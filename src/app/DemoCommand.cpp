@@ -120,7 +120,8 @@ int DemoCommand::run(const QStringList& arguments, QTextStream& out, QTextStream
     const Thresholds thresholds = deriveThresholds(settings);
     out << "Text threshold: " << thresholds.LevelT << " %\n\n";
 
-    for (const QString& path : messageFiles(QDir(options->demoDir).filePath(QStringLiteral("incoming")))) {
+    for (const QString& path :
+         messageFiles(QDir(options->demoDir).filePath(QStringLiteral("incoming")))) {
         QString error;
         const std::optional<DemoMessage> message = readDemoMessage(path, error);
         if (!message) {

@@ -44,9 +44,9 @@ void appendCp1252(QByteArray& out, QStringView text) {
     const char16_t* src = text.utf16();
     for (qsizetype i = 0; i < text.size(); ++i) {
         const char16_t u = src[i];
-        dst[i] = static_cast<char>((u < 0x80 || (u >= 0xA0 && u <= 0xFF))
-                                       ? static_cast<unsigned char>(u)
-                                       : encodeOutsideLatin1(u));
+        dst[i] =
+            static_cast<char>((u < 0x80 || (u >= 0xA0 && u <= 0xFF)) ? static_cast<unsigned char>(u)
+                                                                     : encodeOutsideLatin1(u));
     }
 }
 

@@ -20,7 +20,8 @@ YieldClock& yieldClock() {
 
 void yieldToHost() {
     YieldClock& clock = yieldClock();
-    if (!clock.sinceFullPass.isValid() || clock.sinceFullPass.nsecsElapsed() >= kFullPassIntervalNs) {
+    if (!clock.sinceFullPass.isValid() ||
+        clock.sinceFullPass.nsecsElapsed() >= kFullPassIntervalNs) {
         QCoreApplication::processEvents();
         clock.sinceFullPass.start();
     } else {

@@ -2,7 +2,6 @@
 
 #include "base/VbError.h"
 
-
 namespace velmora {
 
 void throwOverflow() {

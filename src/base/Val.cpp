@@ -47,13 +47,32 @@ double radixValue(const Unit* p, const Unit* end, unsigned radix) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
 }
 
+// Reads a run of decimal digits from `p`, passing over ignored blanks, and
+// hands each digit to `onDigit`; `p` is left on the first other character.
+template <typename Unit, typename OnDigit>
+bool readDigits(const Unit*& p, const Unit* end, OnDigit&& onDigit) {
+    bool any = false;
+    for (; p != end; ++p) {
+        const unsigned c = static_cast<unsigned>(*p);
+        if (isIgnoredBlank(c))
+            continue;
+        if (!isDigit(c))
+            break;
+        any = true;
+        onDigit(static_cast<char>(c));
+    }
+    return any;
+}
+
+template <typename Unit>
+bool isSign(const Unit* p, const Unit* end) {
+    return p != end && (*p == Unit('-') || *p == Unit('+'));
+}
+
 template <typename Unit>
 double parseVal(const Unit* p, const Unit* end) {
-    auto skipBlanks = [&] {
-        while (p != end && isIgnoredBlank(static_cast<unsigned>(*p)))
-            ++p;
-    };
-    skipBlanks();
+    while (p != end && isIgnoredBlank(static_cast<unsigned>(*p)))
+        ++p;
     if (p != end && *p == Unit('&') && p + 1 != end) {
         const unsigned kind = static_cast<unsigned>(p[1]);
         if (kind == 'h' || kind == 'H')
@@ -69,77 +88,56 @@ double parseVal(const Unit* p, const Unit* end) {
     // std::from_chars can read (it ignores the locale, unlike strtod).
     char buf[400];
     std::size_t n = 0;
-    std::uint64_t integer = 0; // fast path for plain whole numbers
-    bool plainInteger = true;
-    int significantDigits = 0;
     auto put = [&](char c) {
         if (n < sizeof buf - 1)
             buf[n++] = c;
     };
+    std::uint64_t integer = 0; // fast path for plain whole numbers
+    int significantDigits = 0;
+    bool plainInteger = true;
+    bool nonZeroFraction = false;
 
-    bool negative = false;
-    bool expNegative = false;
-    if (p != end && (*p == Unit('-') || *p == Unit('+'))) {
-        negative = *p == Unit('-');
+    const bool negative = isSign(p, end) && *p == Unit('-');
+    if (isSign(p, end))
         ++p;
-    }
-    bool anyDigit = false;
-    for (; p != end; ++p) {
-        const unsigned c = static_cast<unsigned>(*p);
-        if (isIgnoredBlank(c))
-            continue;
-        if (!isDigit(c))
-            break;
-        anyDigit = true;
-        put(static_cast<char>(c));
+    bool anyDigit = readDigits(p, end, [&](char c) {
+        put(c);
         if (integer != 0 || c != '0')
             ++significantDigits;
-        integer = integer * 10 + (c - '0');
-    }
+        integer = integer * 10 + unsigned(c - '0');
+    });
     if (p != end && *p == Unit('.')) {
         plainInteger = false;
         put('.');
-        for (++p; p != end; ++p) {
-            const unsigned c = static_cast<unsigned>(*p);
-            if (isIgnoredBlank(c))
-                continue;
-            if (!isDigit(c))
-                break;
-            anyDigit = true;
-            put(static_cast<char>(c));
-        }
+        ++p;
+        anyDigit |= readDigits(p, end, [&](char c) {
+            put(c);
+            nonZeroFraction |= c != '0';
+        });
     }
     if (!anyDigit)
         return 0.0;
+
+    bool expNegative = false;
     if (p != end) {
         const unsigned e = static_cast<unsigned>(*p);
         if (e == 'e' || e == 'E' || e == 'd' || e == 'D') {
             const Unit* q = p + 1;
             while (q != end && isIgnoredBlank(static_cast<unsigned>(*q)))
                 ++q;
-            char sign = '+';
-            if (q != end && (*q == Unit('-') || *q == Unit('+'))) {
-                sign = static_cast<char>(*q);
+            const bool minus = isSign(q, end) && *q == Unit('-');
+            if (isSign(q, end))
                 ++q;
-            }
-            bool expDigit = false;
             char expBuf[32];
             std::size_t en = 0;
-            for (; q != end; ++q) {
-                const unsigned c = static_cast<unsigned>(*q);
-                if (isIgnoredBlank(c))
-                    continue;
-                if (!isDigit(c))
-                    break;
-                expDigit = true;
-                if (en < sizeof expBuf)
-                    expBuf[en++] = static_cast<char>(c);
-            }
-            if (expDigit) {
+            if (readDigits(q, end, [&](char c) {
+                    if (en < sizeof expBuf)
+                        expBuf[en++] = c;
+                })) {
                 plainInteger = false;
-                expNegative = sign == '-';
+                expNegative = minus;
                 put('e');
-                put(sign);
+                put(minus ? '-' : '+');
                 for (std::size_t i = 0; i < en; ++i)
                     put(expBuf[i]);
             }
@@ -154,7 +152,7 @@ double parseVal(const Unit* p, const Unit* end) {
     if (result.ec == std::errc::result_out_of_range) {
         // from_chars leaves the value alone both ways: tell a number too small
         // to represent (which is simply 0) from one too large.
-        if (expNegative || significantDigits == 0)
+        if (expNegative || (significantDigits == 0 && !nonZeroFraction))
             return 0.0;
         throw VbError(VbError::Overflow);
     }

@@ -71,8 +71,8 @@ void ReadPicTable(SpamData& data) {
         bool usedDefault = false;
         if (FileExists(defaultPath) && userLength < fileLength(defaultPath)) {
             readPicFile(data, kDefaultPicDataFile);
-            showMessage(
-                QStringLiteral("Your spam database was updated successfully with default spam database"));
+            showMessage(QStringLiteral(
+                "Your spam database was updated successfully with default spam database"));
             usedDefault = true;
         }
         readPicFile(data, kPicDataFile);

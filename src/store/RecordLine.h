@@ -58,7 +58,8 @@ auto parseAtLine(QStringView fileName, int lineNumber, Parse&& parse) {
     } catch (const VbError& error) {
         if (error.number() != VbError::Overflow)
             throw;
-        throw VbError(VbError::Overflow, QStringLiteral("%1, line %2").arg(fileName).arg(lineNumber));
+        throw VbError(VbError::Overflow,
+                      QStringLiteral("%1, line %2").arg(fileName).arg(lineNumber));
     }
 }
 

@@ -32,9 +32,7 @@ public:
 
     // Grows by one slot, moves the entries from `index` to the old last one up
     // by one place and stores `value` at `index` (1 <= index <= upper bound + 1).
-    void insertAt(int index, T value) {
-        m_slots.insert(m_slots.begin() + index, std::move(value));
-    }
+    void insertAt(int index, T value) { m_slots.insert(m_slots.begin() + index, std::move(value)); }
 
     void reserve(int entries) { m_slots.reserve(static_cast<std::size_t>(entries) + 1); }
 

@@ -19,7 +19,7 @@ PicRec fingerprint(std::int32_t each, std::int16_t size) {
 TEST(comparepics, BandSumIsDividedBy17) {
     RecordingSink sink;
     EXPECT_EQ(comparepics(fingerprint(5, 150), fingerprint(5, 150)), 108.82f);
-    EXPECT_EQ(comparepics(fingerprint(0, 150), fingerprint(0, 150)), 108.82f); // zeros are equal
+    EXPECT_EQ(comparepics(fingerprint(0, 150), fingerprint(0, 150)), 108.82f);  // zeros are equal
     EXPECT_EQ(comparepics(fingerprint(10, 150), fingerprint(20, 150)), 79.41f); // (1000/17 + 100)/2
     EXPECT_EQ(comparepics(fingerprint(5, 0), fingerprint(5, 150)), 58.82f);
     PicRec oneBand = fingerprint(0, 108);

@@ -39,7 +39,7 @@ TEST(AnalyseText, CountsLettersOfTheLowerCasedText) {
     QString text = mailText({"Dear Pal,", "PAGE UP"});
     const TxtRec rec = AnalyseText(text);
     EXPECT_EQ(text, QStringLiteral("dear pal,\r\npage up\r\n"));
-    EXPECT_EQ(rec.LineCount, 2); // the split leaves an empty piece after the last CR LF
+    EXPECT_EQ(rec.LineCount, 2);  // the split leaves an empty piece after the last CR LF
     EXPECT_EQ(rec.Counts[11], 4); // "d" and three "p" share a slot
     EXPECT_EQ(rec.Counts[1], 3);
     EXPECT_EQ(rec.Counts[0], 2);
@@ -48,8 +48,9 @@ TEST(AnalyseText, CountsLettersOfTheLowerCasedText) {
 }
 
 TEST(AnalyseText, LongestLinkWinsAndTheEarlierOnATie) {
-    EXPECT_EQ(analyse(mailText({"see http://www.aa.example/x and www.bbbbbbbbbbbb.example"})).LinkHost,
-              QStringLiteral("bbbbbbbbbbbb.example"));
+    EXPECT_EQ(
+        analyse(mailText({"see http://www.aa.example/x and www.bbbbbbbbbbbb.example"})).LinkHost,
+        QStringLiteral("bbbbbbbbbbbb.example"));
     EXPECT_EQ(analyse(mailText({"http://one.example http://two.example"})).LinkHost,
               QStringLiteral("one.example"));
     EXPECT_EQ(analyse(mailText({"go to <a href=\"http://www.offer.example/?id=7\">"})).LinkHost,

@@ -26,6 +26,7 @@ TEST(ToLower, DropsTheLastLine) {
     EXPECT_EQ(ToLower(QStringLiteral("A\r\nB\r\nC")), QStringLiteral("a\r\nb\r\n"));
     EXPECT_EQ(ToLower(QStringLiteral("A\r\nB\r\n")), QStringLiteral("a\r\nb\r\n"));
     EXPECT_EQ(ToLower(QStringLiteral("\u00C9T\u00C9\r\nx")), QStringLiteral("\u00E9t\u00E9\r\n"));
-    EXPECT_EQ(ToLower(QStringLiteral("A\nB\r\nC")), QStringLiteral("a\nb\r\n")); // only CR LF splits
+    EXPECT_EQ(ToLower(QStringLiteral("A\nB\r\nC")),
+              QStringLiteral("a\nb\r\n")); // only CR LF splits
     EXPECT_EQ(ToLower(QString()), QString());
 }

@@ -23,8 +23,9 @@ TEST(comppar, WholePercentOfTheSmallerOverTheLarger) {
     const struct {
         float a, b, result;
     } cases[] = {
-        {0, 0, 100}, {0, 5, 0},   {5, 0, 0},   {0, 1, 0},      {1, 2, 50},   {2, 1, 50},
-        {2, 3, 67},  {1, 8, 12},  {8, 1, 12},  {3, 8, 38},     {5, 5, 100},  {-5, -5, 100},
+        {0, 0, 100}, {0, 5, 0},   {5, 0, 0},         {0, 1, 0},
+        {1, 2, 50},  {2, 1, 50},  {2, 3, 67},        {1, 8, 12},
+        {8, 1, 12},  {3, 8, 38},  {5, 5, 100},       {-5, -5, 100},
         {1, 200, 0}, {3, 200, 2}, {0.5f, 0.25f, 50}, {1e9f, 2147483647.0f, 47},
     };
     for (const auto& c : cases)
@@ -56,7 +57,7 @@ TEST(comparetxt, DensityComparesLinesPerLetter) {
     stored.LineCount = 1;
     stored.CharCount = 99; // 1 / 100
     candidate.LineCount = 1;
-    candidate.CharCount = 199; // 1 / 200: half the density
+    candidate.CharCount = 199;                        // 1 / 200: half the density
     EXPECT_EQ(comparetxt(stored, candidate), 83.33f); // (100 * 2 + 50) / 3
     EXPECT_EQ(comparetxt(candidate, stored), 83.33f);
 }

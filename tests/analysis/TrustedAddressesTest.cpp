@@ -3,15 +3,9 @@
 #include "support/TestSupport.h"
 
 using namespace velmora;
+using velmora::test::stringListOf;
 
 namespace {
-
-StringList listOf(std::initializer_list<const char*> entries) {
-    StringList list;
-    for (const char* e : entries)
-        list.append(QString::fromLatin1(e));
-    return list;
-}
 
 StringList addAll(std::initializer_list<const char*> addresses) {
     StringList list;
@@ -24,50 +18,51 @@ StringList addAll(std::initializer_list<const char*> addresses) {
 
 TEST(AddMailAddr, ShortAddressesAreRefusedAndTheFirstKeepsItsCase) {
     EXPECT_EQ(addAll({"a@b.c"}).upperBound(), 0);
-    EXPECT_EQ(addAll({"Big@X.com"}), listOf({"Big@X.com"}));
-    EXPECT_EQ(addAll({"Big@X.com", "Other@X.com"}), listOf({"other@x.com", "Big@X.com"}));
+    EXPECT_EQ(addAll({"Big@X.com"}), stringListOf({"Big@X.com"}));
+    EXPECT_EQ(addAll({"Big@X.com", "Other@X.com"}), stringListOf({"other@x.com", "Big@X.com"}));
 }
 
 TEST(AddMailAddr, InsertsInOrderButNeverComparesTheLastEntry) {
     // Into one entry the second always goes in front, whatever the order.
-    EXPECT_EQ(addAll({"aaaaaa@x.com", "zzzzzz@x.com"}), listOf({"zzzzzz@x.com", "aaaaaa@x.com"}));
-    EXPECT_EQ(addAll({"mmmmmm@x.com", "cccccc@x.com", "zzzzzz@x.com", "dddddd@x.com",
-                      "aaaaaa@x.com"}),
-              listOf({"aaaaaa@x.com", "cccccc@x.com", "dddddd@x.com", "zzzzzz@x.com",
-                      "mmmmmm@x.com"}));
+    EXPECT_EQ(addAll({"aaaaaa@x.com", "zzzzzz@x.com"}),
+              stringListOf({"zzzzzz@x.com", "aaaaaa@x.com"}));
+    EXPECT_EQ(
+        addAll({"mmmmmm@x.com", "cccccc@x.com", "zzzzzz@x.com", "dddddd@x.com", "aaaaaa@x.com"}),
+        stringListOf(
+            {"aaaaaa@x.com", "cccccc@x.com", "dddddd@x.com", "zzzzzz@x.com", "mmmmmm@x.com"}));
 }
 
 TEST(AddMailAddr, PresentAddressesAndPrefixesOfEntriesAreNotAdded) {
-    StringList list = listOf({"aaaaaa@x.com", "cccccc@x.com", "mmmmmm@x.com"});
-    AddMailAddr(list, QStringLiteral("CCCCCC@X.COM"));         // present once lower-cased
-    AddMailAddr(list, QStringLiteral("cccccc@x.co"));          // an entry begins with it
+    StringList list = stringListOf({"aaaaaa@x.com", "cccccc@x.com", "mmmmmm@x.com"});
+    AddMailAddr(list, QStringLiteral("CCCCCC@X.COM")); // present once lower-cased
+    AddMailAddr(list, QStringLiteral("cccccc@x.co"));  // an entry begins with it
     EXPECT_EQ(list.upperBound(), 3);
-    AddMailAddr(list, QStringLiteral("mmmmmm@x.com"));         // the last entry is never seen
-    EXPECT_EQ(list, listOf({"aaaaaa@x.com", "cccccc@x.com", "mmmmmm@x.com", "mmmmmm@x.com"}));
+    AddMailAddr(list, QStringLiteral("mmmmmm@x.com")); // the last entry is never seen
+    EXPECT_EQ(list, stringListOf({"aaaaaa@x.com", "cccccc@x.com", "mmmmmm@x.com", "mmmmmm@x.com"}));
 
     // An entry that is a proper prefix of the address is passed over.
-    StringList prefixes = listOf({"abcdef", "abcdefgh@x", "zzzzzz"});
+    StringList prefixes = stringListOf({"abcdef", "abcdefgh@x", "zzzzzz"});
     AddMailAddr(prefixes, QStringLiteral("abcdefg@x.com"));
-    EXPECT_EQ(prefixes, listOf({"abcdef", "abcdefg@x.com", "abcdefgh@x", "zzzzzz"}));
+    EXPECT_EQ(prefixes, stringListOf({"abcdef", "abcdefg@x.com", "abcdefgh@x", "zzzzzz"}));
 }
 
 TEST(AddMailAddr, QuotingApostrophesAreCutWithOneCharacterMore) {
-    EXPECT_EQ(addAll({"'quoted@x.com'"}), listOf({"uoted@x.com"}));
-    EXPECT_EQ(addAll({"trailing@x.com'"}), listOf({"railing@x.com"}));
-    EXPECT_EQ(addAll({"'leading@x.com"}), listOf({"leading@x.com"}));
+    EXPECT_EQ(addAll({"'quoted@x.com'"}), stringListOf({"uoted@x.com"}));
+    EXPECT_EQ(addAll({"trailing@x.com'"}), stringListOf({"railing@x.com"}));
+    EXPECT_EQ(addAll({"'leading@x.com"}), stringListOf({"leading@x.com"}));
 }
 
 TEST(SearchinTrust, BinarySearchWithExactComparison) {
-    const StringList list = listOf({"aaaaaa@x.com", "bbbbbb@x.com", "cccccc@x.com",
-                                    "dddddd@x.com", "eeeeee@x.com"});
+    const StringList list = stringListOf(
+        {"aaaaaa@x.com", "bbbbbb@x.com", "cccccc@x.com", "dddddd@x.com", "eeeeee@x.com"});
     for (int i = 1; i <= 5; ++i)
         EXPECT_EQ(SearchinTrust(list, list[i]), i);
     EXPECT_EQ(SearchinTrust(list, QStringLiteral("BBBBBB@x.com")), 0);
     EXPECT_EQ(SearchinTrust(list, QStringLiteral("zzz@x.com")), 0);
     EXPECT_EQ(SearchinTrust(list, QString()), 0);
 
-    EXPECT_EQ(SearchinTrust(listOf({"only@x.com"}), QStringLiteral("only@x.com")), 1);
-    EXPECT_EQ(SearchinTrust(listOf({"only@x.com"}), QStringLiteral("other@x.com")), 0);
+    EXPECT_EQ(SearchinTrust(stringListOf({"only@x.com"}), QStringLiteral("only@x.com")), 1);
+    EXPECT_EQ(SearchinTrust(stringListOf({"only@x.com"}), QStringLiteral("other@x.com")), 0);
     EXPECT_EQ(SearchinTrust(StringList(), QStringLiteral("a@x.com")), 0);
 
     // Out of order after the last-entry quirk, the last entry may be missed.

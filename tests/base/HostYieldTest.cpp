@@ -11,7 +11,8 @@ using namespace velmora;
 TEST(HostYield, DeliversPostedEventsAtOnceAndTimersSoon) {
     QObject receiver;
     int posted = 0;
-    QMetaObject::invokeMethod(&receiver, [&] { ++posted; }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &receiver, [&] { ++posted; }, Qt::QueuedConnection);
     yieldToHost();
     EXPECT_EQ(posted, 1);
 

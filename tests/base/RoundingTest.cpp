@@ -8,9 +8,9 @@ using namespace velmora;
 TEST(Rounding, HalvesGoToTheEvenNeighbour) {
     const struct {
         double in, out;
-    } cases[] = {{62.5, 62},  {63.5, 64}, {0.5, 0},     {1.5, 2},     {2.5, 2},
-                 {-2.5, -2},  {-3.5, -4}, {2.4999, 2},  {2.5001, 3},  {1e15 + 0.5, 1e15},
-                 {1e300, 1e300}};
+    } cases[] = {{62.5, 62},  {63.5, 64},         {0.5, 0},      {1.5, 2},
+                 {2.5, 2},    {-2.5, -2},         {-3.5, -4},    {2.4999, 2},
+                 {2.5001, 3}, {1e15 + 0.5, 1e15}, {1e300, 1e300}};
     for (const auto& c : cases)
         EXPECT_EQ(roundHalfEven(c.in), c.out) << c.in;
 }

@@ -10,11 +10,31 @@ TEST(Val, ReadsTheLongestNumericPrefixLeniently) {
         const char* text;
         double value;
     } cases[] = {
-        {"", 0},         {"abc", 0},      {" 5", 5},        {"-5", -5},       {"+7", 7},
-        {" 2.5", 2.5},   {".5", 0.5},     {"12abc", 12},    {"1 2", 12},      {"\t4\n2", 42},
-        {"- 3", -3},     {"1,000", 1},    {"1e3", 1000},    {"1D2", 100},     {"2.5e-1", 0.25},
-        {"1e", 1},       {"&H10", 16},    {"&HFFFF", -1},   {"&H10000", 65536}, {"&o17", 15},
-        {"&HFFFFFFFF", -1}, {"&", 0},     {"--5", 0},       {" 0", 0},        {"1e-400", 0},
+        {"", 0},
+        {"abc", 0},
+        {" 5", 5},
+        {"-5", -5},
+        {"+7", 7},
+        {" 2.5", 2.5},
+        {".5", 0.5},
+        {"12abc", 12},
+        {"1 2", 12},
+        {"\t4\n2", 42},
+        {"- 3", -3},
+        {"1,000", 1},
+        {"1e3", 1000},
+        {"1D2", 100},
+        {"2.5e-1", 0.25},
+        {"1e", 1},
+        {"&H10", 16},
+        {"&HFFFF", -1},
+        {"&H10000", 65536},
+        {"&o17", 15},
+        {"&HFFFFFFFF", -1},
+        {"&", 0},
+        {"--5", 0},
+        {" 0", 0},
+        {"1e-400", 0},
         {"12345678901234567890", 12345678901234567890.0},
     };
     for (const auto& c : cases) {
@@ -25,5 +45,7 @@ TEST(Val, ReadsTheLongestNumericPrefixLeniently) {
 
 TEST(Val, ANumberBeyondDoubleRangeOverflows) {
     EXPECT_THROW(Val(QStringLiteral("1e400")), VbError);
+    EXPECT_THROW(Val(QStringLiteral(".5e400")), VbError);
+    EXPECT_EQ(Val(QStringLiteral("0e400")), 0);
     EXPECT_THROW(Val(QStringLiteral("&H100000000")), VbError);
 }

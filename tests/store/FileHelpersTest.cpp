@@ -22,7 +22,7 @@ TEST(FileExists, CountsOrdinaryFilesOnly) {
     EXPECT_TRUE(FileExists(dir.file(QStringLiteral("*.dat"))));
     EXPECT_TRUE(FileExists(dir.file(QStringLiteral("?.dat"))));
     EXPECT_FALSE(FileExists(dir.file(QStringLiteral("*.txt"))));
-    EXPECT_TRUE(FileExists(dir.path()));                       // the folder holds a file
+    EXPECT_TRUE(FileExists(dir.path()));                        // the folder holds a file
     EXPECT_FALSE(FileExists(dir.file(QStringLiteral("sub/")))); // an empty folder does not
     EXPECT_FALSE(FileExists(dir.file(QStringLiteral("missing/a.dat"))));
 

@@ -4,24 +4,14 @@
 
 using namespace velmora;
 using velmora::test::RecordingSink;
+using velmora::test::stringListOf;
 using velmora::test::TempFolder;
-
-namespace {
-
-StringList listOf(std::initializer_list<const char*> entries) {
-    StringList list;
-    for (const char* e : entries)
-        list.append(QString::fromLatin1(e));
-    return list;
-}
-
-} // namespace
 
 TEST(LoadARRAY, ReadsNonEmptyLinesFromSlotOne) {
     RecordingSink sink;
     TempFolder dir;
     dir.writeBytes(QStringLiteral("trusteml.dat"), "first@x.com\r\n\r\nthird\xE9@x.com\r\n");
-    StringList list = listOf({"stale"});
+    StringList list = stringListOf({"stale"});
     LoadARRAY(list, dir.file(QStringLiteral("trusteml.dat")));
     ASSERT_EQ(list.upperBound(), 2);
     EXPECT_EQ(list[0], QString());
@@ -31,7 +21,7 @@ TEST(LoadARRAY, ReadsNonEmptyLinesFromSlotOne) {
     // Bare LF ends a line too; a last line without terminator counts.
     dir.writeBytes(QStringLiteral("restricted.dat"), "viagra\ncasino");
     LoadARRAY(list, dir.file(QStringLiteral("restricted.dat")));
-    EXPECT_EQ(list, listOf({"viagra", "casino"}));
+    EXPECT_EQ(list, stringListOf({"viagra", "casino"}));
 
     dir.writeBytes(QStringLiteral("empty.dat"), "");
     LoadARRAY(list, dir.file(QStringLiteral("empty.dat")));
@@ -42,7 +32,7 @@ TEST(LoadARRAY, ReadsNonEmptyLinesFromSlotOne) {
 TEST(LoadARRAY, MissingFileIsReportedAndLeavesTheListEmpty) {
     RecordingSink sink;
     TempFolder dir;
-    StringList list = listOf({"a", "b"});
+    StringList list = stringListOf({"a", "b"});
     LoadARRAY(list, dir.file(QStringLiteral("trusteml.dat")));
     EXPECT_EQ(list.upperBound(), 0);
     ASSERT_EQ(sink.messages.size(), 1);
@@ -60,14 +50,15 @@ TEST(WriteARRAY, OneEntryIsSavedAsAnEmptyFile) {
     WriteARRAY(StringList(), path);
     EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")), QByteArray());
 
-    WriteARRAY(listOf({"only@x.com"}), path);
+    WriteARRAY(stringListOf({"only@x.com"}), path);
     EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")), QByteArray());
 
-    StringList two = listOf({"a@x.com", "b\xE9"});
+    StringList two = stringListOf({"a@x.com", "b\xE9"});
     two[0] = QStringLiteral("slot zero is never written");
     two[2] = QStringLiteral("b\u00E9\u20AC");
     WriteARRAY(two, path);
-    EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")), QByteArray("a@x.com\r\nb\xE9\x80\r\n"));
+    EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")),
+              QByteArray("a@x.com\r\nb\xE9\x80\r\n"));
     EXPECT_TRUE(sink.messages.isEmpty());
 
     StringList reread;
@@ -96,7 +87,7 @@ TEST(WriteARRAY, MoreThan32767EntriesLeaveAnEmptyFile) {
 TEST(WriteARRAY, MissingFolderIsReportedByName) {
     RecordingSink sink;
     TempFolder dir;
-    WriteARRAY(listOf({"a", "b"}), dir.file(QStringLiteral("nofolder/trusteml.dat")));
+    WriteARRAY(stringListOf({"a", "b"}), dir.file(QStringLiteral("nofolder/trusteml.dat")));
     ASSERT_EQ(sink.messages.size(), 1);
     EXPECT_TRUE(sink.messages[0].startsWith(QStringLiteral("WriteARRAY_error: Path not found (")));
     EXPECT_TRUE(sink.messages[0].contains(QStringLiteral("nofolder/trusteml.dat")));

@@ -68,7 +68,8 @@ TEST(PicTableFile, WrongFieldCountsAndEmptySendersAreDropped) {
     shortLine.replace("\xB5pic.gif", ""); // 25 fields
     QByteArray longLine = entryLine("S", "long@x.com", 1);
     longLine.replace("\xB5pic.gif", "\xB5pic\xB5gif"); // 27 fields
-    f.write("picdata.dat", shortLine + longLine + entryLine("S", "", 5) + entryLine("S", "k@x.com", 9));
+    f.write("picdata.dat",
+            shortLine + longLine + entryLine("S", "", 5) + entryLine("S", "k@x.com", 9));
     ReadPicTable(f.data);
     ASSERT_EQ(f.data.PicTable.upperBound(), 2);
     WritePicTable(f.data);
@@ -129,6 +130,7 @@ TEST(PicTableFile, MissingUserFileIsAnError) {
     ReadPicTable(f.data);
     EXPECT_EQ(f.data.PicTable.upperBound(), 0);
     ASSERT_EQ(sink.messages.size(), 1);
-    EXPECT_TRUE(sink.messages[0].startsWith(QStringLiteral("ReadPicTable_error: File not found (")));
+    EXPECT_TRUE(
+        sink.messages[0].startsWith(QStringLiteral("ReadPicTable_error: File not found (")));
     EXPECT_EQ(f.read("picdata.dat"), QByteArray("<missing>"));
 }

@@ -48,7 +48,8 @@ TEST(TxtTableFile, LoadPlacesEveryFieldAndSaveReproducesTheFile) {
     EXPECT_EQ(spam.LineCount, 5);
     EXPECT_EQ(spam.MailAddr, QStringLiteral("info@x.com"));
     EXPECT_EQ(spam.LinkHost, QStringLiteral("www.x.com"));
-    const std::array<std::int32_t, 16> slots = {4, 1, 13, 7, 11, 15, 10, 14, 8, 2, 16, 3, 0, 9, 6, 5};
+    const std::array<std::int32_t, 16> slots = {4, 1, 13, 7, 11, 15, 10, 14,
+                                                8, 2, 16, 3, 0,  9,  6,  5};
     EXPECT_EQ(spam.Counts, slots);
     EXPECT_EQ(spam.Subject, QStringLiteral("Win money"));
     EXPECT_EQ(f.data.TxtTable[2].Flag, kFalse);
@@ -66,8 +67,9 @@ TEST(TxtTableFile, MalformedLinesAreDroppedAndValuesNormalised) {
     f.writeTxtData(dataFileBytes(
         // lower-case flag, half-even counters, numbers without the leading blank
         "s|a@x.com||7|1|||2.5|3.5|0|0|0|0|0|0|0|0|0|0|0|0|0|0|one\n"
-        "\n"                                                                 // blank line
-        "S|b@x.com|| 0| 0||| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0|two|extra\n" // 25 fields
+        "\n" // blank line
+        "S|b@x.com|| 0| 0||| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0|two|extra\n" // 25
+                                                                                         // fields
         "X|| 0| 0| 0||| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0|no sender\n" // 24 fields
         "S|c@x.com|| 0| 0||| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0|too few\n"));
     ReadTxtTable(f.data);
@@ -79,8 +81,9 @@ TEST(TxtTableFile, MalformedLinesAreDroppedAndValuesNormalised) {
 
     // Written back in canonical form; the record without sender is lost.
     WriteTxtTable(f.data);
-    EXPECT_EQ(f.txtData(),
-              dataFileBytes("G|a@x.com|| 7| 1||| 2| 4| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0|one\n"));
+    EXPECT_EQ(
+        f.txtData(),
+        dataFileBytes("G|a@x.com|| 7| 1||| 2| 4| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0|one\n"));
     EXPECT_TRUE(sink.messages.isEmpty());
 }
 
@@ -139,6 +142,8 @@ TEST(TxtTableFile, EmptyOrMissingFiles) {
     noFolder.TxtTable.append(TxtRec());
     WriteTxtTable(noFolder);
     ASSERT_EQ(sink.messages.size(), 2);
-    EXPECT_TRUE(sink.messages[1].startsWith(QStringLiteral("WriteTxtTable_error: Path not found (")));
-    EXPECT_TRUE(sink.messages[1].endsWith(QStringLiteral(") i= 0Max= 2"))) << sink.messages[1].toStdString();
+    EXPECT_TRUE(
+        sink.messages[1].startsWith(QStringLiteral("WriteTxtTable_error: Path not found (")));
+    EXPECT_TRUE(sink.messages[1].endsWith(QStringLiteral(") i= 0Max= 2")))
+        << sink.messages[1].toStdString();
 }

@@ -37,6 +37,13 @@ QByteArray TempFolder::readBytes(const QString& name) const {
     return in.readAll();
 }
 
+StringList stringListOf(std::initializer_list<const char*> entries) {
+    StringList list;
+    for (const char* e : entries)
+        list.append(QString::fromLatin1(e));
+    return list;
+}
+
 QByteArray dataFileBytes(const char* readable) {
     QByteArray out;
     for (const char* p = readable; *p; ++p) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/MessageSink.h"
+#include "store/StringList.h"
 
 #include <QByteArray>
 #include <QString>
@@ -9,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <ostream>
 
 // Lets GoogleTest print Qt strings in failure messages.
@@ -45,6 +47,9 @@ public:
 private:
     QTemporaryDir m_dir;
 };
+
+// A word list holding `entries` from slot 1.
+StringList stringListOf(std::initializer_list<const char*> entries);
 
 // Turns a readable description of a data file into its bytes: "|" stands for
 // the field separator 0xB5 and "\n" for CR LF; everything else is Latin-1.
