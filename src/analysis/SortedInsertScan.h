@@ -38,8 +38,10 @@ int findInsertPlace(const QString& key, UpperBound&& upperBound, KeyAt&& keyAt,
     };
     while (i < upperBound()) {
         yieldToHost();
+        if (i > upperBound())
+            throw VbError(VbError::SubscriptOutOfRange); // the list shrank meanwhile
         const QString& entry = keyAt(i);
-        if (entry.size() < p)
+        if (entry.size() < p || key.size() < p)
             throw VbError(VbError::InvalidCall); // no p-th character to compare
         const char16_t c = entry[p - 1].unicode();
         const char16_t a = key[p - 1].unicode();

@@ -15,6 +15,8 @@ namespace {
 double density(const TxtRec& rec) {
     if (rec.CharCount == std::numeric_limits<std::int32_t>::max())
         throw VbError(VbError::Overflow);
+    if (rec.CharCount == -1) // only from a damaged table file
+        throw VbError(rec.LineCount == 0 ? VbError::Overflow : VbError::DivisionByZero);
     return double(rec.LineCount) / (double(rec.CharCount) + 1);
 }
 

@@ -3,7 +3,6 @@
 #include "analysis/SortedInsertScan.h"
 #include "base/HostYield.h"
 #include "base/MessageSink.h"
-#include "base/NumberText.h"
 #include "base/VbString.h"
 
 namespace velmora {
@@ -59,7 +58,7 @@ void AddMailAddr(StringList& trustedList, QString address) {
             trustedList.insertAt(place, address);
     } catch (const VbError& error) {
         showMessage(QStringLiteral("AddMailAddr: ") + error.description() +
-                    QStringLiteral(" Max =") + signOrSpace(trustedList.upperBound()));
+                    QStringLiteral("Max =") + QString::number(trustedList.upperBound()));
     }
 }
 

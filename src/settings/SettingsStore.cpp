@@ -2,6 +2,7 @@
 
 #include "base/Cp1252.h"
 #include "base/MessageSink.h"
+#include "base/Val.h"
 
 #include <QFileInfo>
 #include <QSettings>
@@ -26,6 +27,35 @@ QString valueName(short number) {
     }
 }
 
+// A value stored as a number rather than a string (only a hand-edited
+// "@Variant(...)" does that) reads the way a 32-bit registry number read into a
+// text buffer always has: its bytes, lowest first, up to the first zero byte,
+// taken from the last to the first as hexadecimal digits. So 0x106 reads "22"
+// and any number whose lowest byte is zero reads "0".
+QString numberValueText(quint32 value) {
+    QString digits;
+    int length = 0;
+    while (length < 4 && ((value >> (8 * length)) & 0xFF) != 0)
+        ++length;
+    for (int i = length - 1; i >= 0; --i)
+        digits += QString::number((value >> (8 * i)) & 0xFF, 16).toUpper();
+    return QString::number(qint64(Val(QStringLiteral("&h") + digits)));
+}
+
+bool isNumberType(const QVariant& value) {
+    switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::ULong:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return true;
+    default:
+        return false;
+    }
+}
+
 } // namespace
 
 SettingsStore::SettingsStore(const QString& iniFile) : m_iniFile(iniFile) {}
@@ -35,6 +65,8 @@ QString SettingsStore::ReadSetting(short number) const {
     if (settings.status() != QSettings::NoError)
         return {};
     const QVariant value = settings.value(kKey + QLatin1Char('/') + valueName(number));
+    if (isNumberType(value))
+        return numberValueText(static_cast<quint32>(value.toLongLong()));
     if (value.typeId() != QMetaType::QString)
         return {}; // missing, or a list or binary value
     QByteArray ansi = toCp1252(value.toString());

@@ -7,8 +7,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <fnmatch.h>
-
 namespace velmora {
 namespace {
 
@@ -37,9 +35,23 @@ bool hasWildcard(const QString& pattern) {
     return pattern.contains(QLatin1Char('*')) || pattern.contains(QLatin1Char('?'));
 }
 
-bool matches(const QString& pattern, const QString& name) {
-    return fnmatch(QFile::encodeName(pattern).constData(), QFile::encodeName(name).constData(),
-                   0) == 0;
+// Only "*" (any run of characters) and "?" (any one character) are wildcards;
+// every other character, brackets and backslashes included, stands for itself.
+bool matches(QStringView pattern, QStringView name) {
+    if (pattern.isEmpty())
+        return name.isEmpty();
+    if (pattern.front() == QLatin1Char('*')) {
+        for (qsizetype skip = 0; skip <= name.size(); ++skip) {
+            if (matches(pattern.mid(1), name.mid(skip)))
+                return true;
+        }
+        return false;
+    }
+    if (name.isEmpty())
+        return false;
+    if (pattern.front() != QLatin1Char('?') && pattern.front() != name.front())
+        return false;
+    return matches(pattern.mid(1), name.mid(1));
 }
 
 bool isOrdinaryFile(const QFileInfo& info) {

@@ -70,6 +70,11 @@ TEST(comparetxt, ArithmeticFailuresAreReportedAndScoreZero) {
     TxtRec negative = withCounts(1);
     negative.Counts[3] = -5;
     EXPECT_EQ(comparetxt(negative, withCounts(3)), 0.0f);
+    TxtRec damaged = withCounts(1);
+    damaged.CharCount = -1;
+    damaged.LineCount = 3;
+    EXPECT_EQ(comparetxt(withCounts(1), damaged), 0.0f);
     EXPECT_EQ(sink.messages, (QStringList{QStringLiteral("comparetxt_error: Overflow"),
-                                          QStringLiteral("comparetxt_error: Overflow")}));
+                                          QStringLiteral("comparetxt_error: Overflow"),
+                                          QStringLiteral("comparetxt_error: Division by zero")}));
 }

@@ -18,6 +18,7 @@ StringList addAll(std::initializer_list<const char*> addresses) {
 
 TEST(AddMailAddr, ShortAddressesAreRefusedAndTheFirstKeepsItsCase) {
     EXPECT_EQ(addAll({"a@b.c"}).upperBound(), 0);
+    EXPECT_EQ(addAll({"a@b.cd"}).upperBound(), 1);
     EXPECT_EQ(addAll({"Big@X.com"}), stringListOf({"Big@X.com"}));
     EXPECT_EQ(addAll({"Big@X.com", "Other@X.com"}), stringListOf({"other@x.com", "Big@X.com"}));
 }
@@ -67,5 +68,16 @@ TEST(SearchinTrust, BinarySearchWithExactComparison) {
 
     // Out of order after the last-entry quirk, the last entry may be missed.
     const StringList quirky = addAll({"mmmmmm@x.com", "cccccc@x.com", "zzzzzz@x.com"});
+    EXPECT_EQ(quirky, stringListOf({"cccccc@x.com", "zzzzzz@x.com", "mmmmmm@x.com"}));
     EXPECT_EQ(SearchinTrust(quirky, QStringLiteral("cccccc@x.com")), 1);
+    EXPECT_EQ(SearchinTrust(quirky, QStringLiteral("mmmmmm@x.com")), 0);
+}
+
+TEST(AddMailAddr, FailuresAreReportedWithTheUpperBound) {
+    velmora::test::RecordingSink sink;
+    StringList list = stringListOf({"", "zzzzzz@x.com"}); // an empty entry cannot be compared
+    AddMailAddr(list, QStringLiteral("aaaaaa@x.com"));
+    EXPECT_EQ(list.upperBound(), 2);
+    EXPECT_EQ(sink.messages,
+              QStringList{QStringLiteral("AddMailAddr: Invalid procedure call or argumentMax =2")});
 }

@@ -46,14 +46,21 @@ TEST(SettingsStore, ValuesOf1024BytesOrMoreCannotBeRead) {
     EXPECT_EQ(store.ReadSetting(SettingLevelP), QString());
 }
 
-TEST(SettingsStore, HandEditedListsAndBinaryValuesReadEmpty) {
+TEST(SettingsStore, HandEditedValuesOfOtherTypes) {
     TempFolder dir;
     dir.writeBytes(QStringLiteral("velmora.ini"),
                    "[CorvanelVelmora]\nLevelP=6, 7\nLevelT=@ByteArray(14)\nTextP=1\n");
     SettingsStore store(dir.file(QStringLiteral("velmora.ini")));
-    EXPECT_EQ(store.ReadSetting(SettingLevelP), QString());
-    EXPECT_EQ(store.ReadSetting(SettingLevelT), QString());
+    EXPECT_EQ(store.ReadSetting(SettingLevelP), QString()); // a list
+    EXPECT_EQ(store.ReadSetting(SettingLevelT), QString()); // binary
     EXPECT_EQ(store.ReadSetting(SettingTextP), QStringLiteral("1"));
+
+    // Numbers read from their bytes before the first zero byte, last first.
+    dir.writeBytes(QStringLiteral("velmora.ini"),
+                   "[CorvanelVelmora]\nLevelP=@Variant(\\0\\0\\0\\x2\\0\\0\\x1\\x6)\n"
+                   "LevelT=@Variant(\\0\\0\\0\\x2\\0\\0\\x1\\0)\n");
+    EXPECT_EQ(store.ReadSetting(SettingLevelP), QStringLiteral("22")); // 0x106
+    EXPECT_EQ(store.ReadSetting(SettingLevelT), QStringLiteral("0"));  // 0x100
 }
 
 TEST(SettingsStore, UnwritableStoreIsReportedOncePerWrite) {

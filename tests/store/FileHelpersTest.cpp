@@ -30,16 +30,21 @@ TEST(FileExists, CountsOrdinaryFilesOnly) {
     EXPECT_FALSE(FileExists(dir.file(QStringLiteral("onlyhidden/*.*"))));
     dir.writeBytes(QStringLiteral("onlyhidden/nodot"), "x");
     EXPECT_TRUE(FileExists(dir.file(QStringLiteral("onlyhidden/*.*")))); // *.* matches any name
+    dir.writeBytes(QStringLiteral("[x].dat"), "x");
+    EXPECT_TRUE(FileExists(dir.file(QStringLiteral("[x]*")))); // brackets are no wildcards
+    EXPECT_FALSE(FileExists(dir.file(QStringLiteral("[a]*"))));
     EXPECT_TRUE(sink.messages.isEmpty());
 }
 
 TEST(DirectoryExist, NeedsTheTrailingSlash) {
+    RecordingSink sink;
     TempFolder dir;
     QDir().mkdir(dir.file(QStringLiteral("spamdata")));
     EXPECT_TRUE(DirectoryExist(dir.file(QStringLiteral("spamdata/"))));
     EXPECT_FALSE(DirectoryExist(dir.file(QStringLiteral("spamdata"))));
     EXPECT_FALSE(DirectoryExist(dir.file(QStringLiteral("missing/"))));
     EXPECT_TRUE(DirectoryExist(dir.file(QStringLiteral("spamdata/*"))));
+    EXPECT_TRUE(sink.messages.isEmpty());
 }
 
 TEST(DeleteFile, DeletesWhatExistsAndIsSilentOtherwise) {

@@ -134,3 +134,30 @@ TEST(PicTableFile, MissingUserFileIsAnError) {
         sink.messages[0].startsWith(QStringLiteral("ReadPicTable_error: File not found (")));
     EXPECT_EQ(f.read("picdata.dat"), QByteArray("<missing>"));
 }
+
+TEST(PicTableFile, OutOfRangeNumberStopsTheLoadAndTheMergeIsNotSaved) {
+    RecordingSink sink;
+    PicFixture f;
+    const QByteArray defaults = entryLine("S", "d1@x.com", 10) + entryLine("S", "d2@x.com", 20);
+    QByteArray broken = entryLine("G", "u@x.com", 30);
+    broken.replace(" 120", " 40000"); // Size does not fit 16 bits
+    f.write("defaultpicdata.dat", defaults + defaults);
+    f.write("picdata.dat", entryLine("G", "ok@x.com", 5) + broken);
+    ReadPicTable(f.data);
+    EXPECT_EQ(f.data.PicTable.upperBound(), 5); // four defaults and the first user entry
+    EXPECT_EQ(sink.messages,
+              (QStringList{QLatin1String(kMergeMessage),
+                           QStringLiteral("ReadPicTable_error: Overflow (picdata.dat, line 2)")}));
+    EXPECT_EQ(f.read("picdata.dat"), entryLine("G", "ok@x.com", 5) + broken);
+}
+
+TEST(PicTableFile, MissingFolderIsReportedOnWrite) {
+    RecordingSink sink;
+    TempFolder elsewhere;
+    SpamData data{DataFolder(elsewhere.file(QStringLiteral("none")))};
+    data.PicTable.append(PicRec());
+    WritePicTable(data);
+    ASSERT_EQ(sink.messages.size(), 1);
+    EXPECT_TRUE(
+        sink.messages[0].startsWith(QStringLiteral("WritePicTable_error: Path not found (")));
+}
