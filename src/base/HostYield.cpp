@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QTimer>
 
 namespace velmora {
 namespace {
@@ -27,6 +28,15 @@ void yieldToHost() {
     } else {
         QCoreApplication::sendPostedEvents();
     }
+}
+
+void waitForHostEvents() {
+    // The timer guarantees an event, so the wait ends within kIdleWaitMs.
+    QTimer wakeUp;
+    wakeUp.setSingleShot(true);
+    wakeUp.start(kIdleWaitMs);
+    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    yieldClock().sinceFullPass.start();
 }
 
 } // namespace velmora

@@ -16,4 +16,10 @@ void yieldToHost();
 
 inline constexpr long long kFullPassIntervalNs = 1'000'000; // 1 ms
 
+// Lets the host run its events, sleeping until one arrives (at most
+// kIdleWaitMs), for loops that wait on the user without spinning the processor.
+void waitForHostEvents();
+
+inline constexpr int kIdleWaitMs = 10;
+
 } // namespace velmora

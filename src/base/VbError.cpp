@@ -34,6 +34,14 @@ QString VbError::standardDescription(Number number) {
         return QStringLiteral("Path/File access error");
     case PathNotFound:
         return QStringLiteral("Path not found");
+    case ObjectVariableNotSet:
+        return QStringLiteral("Object variable or With block variable not set");
+    case ObjectRequired:
+        return QStringLiteral("Object required");
+    case AutomationError:
+        return QStringLiteral("Automation error");
+    case InvalidPicture:
+        return QStringLiteral("Invalid picture");
     }
     return QStringLiteral("Application-defined or object-defined error");
 }

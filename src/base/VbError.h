@@ -24,6 +24,10 @@ public:
         PermissionDenied = 70,
         PathFileAccessError = 75,
         PathNotFound = 76,
+        ObjectVariableNotSet = 91,
+        ObjectRequired = 424,
+        AutomationError = 440, // a host object call failed
+        InvalidPicture = 481,
     };
 
     // `context` names the file, line or value involved; it is appended to the

@@ -28,6 +28,16 @@ QString vbLCase(QStringView text) {
     return out;
 }
 
+QString vbTrim(const QString& text) {
+    qsizetype start = 0;
+    qsizetype end = text.size();
+    while (start < end && text[start] == QLatin1Char(' '))
+        ++start;
+    while (end > start && text[end - 1] == QLatin1Char(' '))
+        --end;
+    return text.mid(start, end - start);
+}
+
 const QString& longerOrSecond(const QString& first, const QString& second) {
     return first.size() > second.size() ? first : second;
 }

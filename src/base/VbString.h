@@ -17,6 +17,9 @@ QStringList vbSplit(const QString& text, QStringView separator);
 // Lower-cases code unit by code unit, so the length never changes.
 QString vbLCase(QStringView text);
 
+// Removes leading and trailing blanks (spaces only; tabs stay).
+QString vbTrim(const QString& text);
+
 // The longer of two pieces; on equal length the second one.
 const QString& longerOrSecond(const QString& first, const QString& second);
 

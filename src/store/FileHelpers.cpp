@@ -100,6 +100,13 @@ bool DirectoryExist(const QString& path) {
     }
 }
 
+qint64 fileLength(const QString& path) {
+    const QFileInfo info(path);
+    if (!info.isFile())
+        throw VbError(VbError::FileNotFound, path);
+    return info.size();
+}
+
 bool DeleteFile(const QString& path) {
     try {
         const QFileInfo info(path);

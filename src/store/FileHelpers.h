@@ -19,4 +19,8 @@ bool DirectoryExist(const QString& path);
 // there is no such file. A file that cannot be deleted is reported.
 bool DeleteFile(const QString& path);
 
+// A file's length in bytes. Throws VbError "File not found" (naming the path)
+// when there is no such file.
+qint64 fileLength(const QString& path);
+
 } // namespace velmora

@@ -7,7 +7,6 @@
 #include "store/FileHelpers.h"
 #include "store/RecordLine.h"
 
-#include <QFileInfo>
 
 namespace velmora {
 namespace {
@@ -50,13 +49,6 @@ void readPicFile(SpamData& data, QStringView fileName) {
         data.PicTable.append(parseAtLine(fileName, number, [&] { return parseEntry(fields); }));
         return true;
     });
-}
-
-std::int64_t fileLength(const QString& path) {
-    const QFileInfo info(path);
-    if (!info.isFile())
-        throw VbError(VbError::FileNotFound, path);
-    return info.size();
 }
 
 } // namespace

@@ -1,0 +1,84 @@
+#include "analysis/PictureFingerprint.h"
+
+#include "base/HostYield.h"
+#include "base/MessageSink.h"
+#include "base/Rounding.h"
+#include "base/VbError.h"
+
+#include <array>
+#include <cmath>
+
+namespace velmora {
+namespace {
+
+constexpr double kMinimumSide = 108;
+
+// The picture box takes whole pixels.
+int toPixels(double units) {
+    return toInt16(units);
+}
+
+} // namespace
+
+int colourBand(std::uint32_t colour) {
+    if (colour < std::uint32_t(kColourBandWidth) + 1)
+        return 0;
+    // Band k holds k x width < c <= (k + 1) x width; above 19 x width is 19.
+    const std::uint32_t band = (colour + kColourBandWidth - 1) / kColourBandWidth - 1;
+    return band > 19 ? 19 : int(band);
+}
+
+PicRec AnalysePicture(PictureBox& box, const QImage& picture) {
+    PicRec rec;
+    const int originalWidth = box.width();
+    const int originalHeight = box.height();
+    try {
+        if (picture.width() > picture.height()) {
+            const double ratio = double(box.width()) / picture.width();
+            double height = picture.height() * ratio;
+            if (height < kMinimumSide)
+                height = kMinimumSide;
+            box.setHeight(toPixels(height));
+        } else {
+            const double ratio = double(box.width()) / picture.height();
+            double width = picture.width() * ratio;
+            if (width < kMinimumSide)
+                width = kMinimumSide;
+            box.setWidth(toPixels(width));
+        }
+        box.drawStretched(picture);
+        yieldToHost();
+
+        const QImage& pixels = box.pixels();
+        const int height = box.height();
+        const int width = box.width();
+        std::array<int, 20> counts{};
+        if (pixels.width() < width || pixels.height() < height)
+            throw VbError(VbError::InvalidPicture);
+        for (int y = 0; y < height; ++y) {
+            const QRgb* row = reinterpret_cast<const QRgb*>(pixels.constScanLine(y));
+            for (int x = 0; x < width; ++x) {
+                const QRgb p = row[x];
+                const std::uint32_t colour = std::uint32_t(qRed(p)) + 256u * qGreen(p) +
+                                             65536u * qBlue(p);
+                ++counts[colourBand(colour)];
+            }
+            yieldToHost();
+        }
+        rec.Size = toInt16(height);
+        const std::int16_t total = toInt16(double(width) * height);
+        if (total == 0)
+            throw VbError(VbError::Overflow); // 0 / 0
+        for (int k = 0; k < 20; ++k)
+            rec.Values[k] = std::int32_t(std::floor(double(counts[k]) / total * 100));
+    } catch (const VbError& error) {
+        showMessage(QStringLiteral("PIC Analysing: ") + error.description());
+        return rec;
+    }
+    box.setWidth(originalWidth);
+    box.setHeight(originalHeight);
+    box.clearPicture();
+    return rec;
+}
+
+} // namespace velmora

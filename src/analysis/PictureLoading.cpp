@@ -1,0 +1,18 @@
+#include "analysis/PictureLoading.h"
+
+#include "base/VbError.h"
+
+#include <QImageReader>
+
+namespace velmora {
+
+QImage loadPicture(const QString& path) {
+    QImageReader reader(path);
+    reader.setAutoTransform(false);
+    QImage picture = reader.read();
+    if (picture.isNull())
+        throw VbError(VbError::InvalidPicture, path);
+    return picture;
+}
+
+} // namespace velmora

@@ -1,0 +1,18 @@
+#include "analysis/PromptWait.h"
+
+#include "base/HostYield.h"
+
+namespace velmora {
+
+bool waitForPromptAnswer(FilterFlags& flags, const std::function<void()>& show,
+                         const std::function<void()>& unload) {
+    show();
+    flags.PromptClosed = kFalse;
+    flags.PromptAccepted = kFalse;
+    while (flags.PromptAccepted == kFalse && flags.PromptClosed == kFalse)
+        waitForHostEvents();
+    unload();
+    return flags.PromptAccepted != kFalse;
+}
+
+} // namespace velmora

@@ -1,0 +1,34 @@
+#include "hosts/memory/MemoryCommandBars.h"
+
+namespace velmora::memory {
+
+void MemoryControl::deleteControl() {
+    if (!m_owner)
+        return;
+    for (qsizetype i = 0; i < m_owner->size(); ++i) {
+        if ((*m_owner)[i].get() == this) {
+            QList<ControlRef>* owner = m_owner;
+            m_owner = nullptr;
+            owner->removeAt(i); // may release this control: touch nothing after
+            return;
+        }
+    }
+}
+
+ControlRef MemoryControl::add(ControlType type, bool temporary) {
+    auto control = std::make_shared<MemoryControl>(type, temporary, &m_children);
+    m_children.append(control);
+    return control;
+}
+
+ControlRef MemoryCommandBar::add(ControlType type, bool temporary) {
+    auto control = std::make_shared<MemoryControl>(type, temporary, &m_controls);
+    m_controls.append(control);
+    return control;
+}
+
+std::shared_ptr<CommandBar> MemoryCommandBars::item(const QString& name) const {
+    return name == m_standard->name() ? m_standard : nullptr;
+}
+
+} // namespace velmora::memory

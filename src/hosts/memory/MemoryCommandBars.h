@@ -1,0 +1,66 @@
+#pragma once
+
+#include "addin/host/HostCommandBars.h"
+
+#include <memory>
+
+namespace velmora::memory {
+
+class MemoryControl final : public CommandBarControl,
+                            public std::enable_shared_from_this<MemoryControl> {
+public:
+    MemoryControl(ControlType type, bool temporary, QList<ControlRef>* owner)
+        : m_type(type), m_temporary(temporary), m_owner(owner) {}
+
+    ControlType type() const override { return m_type; }
+    QString caption() const override { return m_caption; }
+    void setCaption(const QString& caption) override { m_caption = caption; }
+    void setEnabled(bool enabled) override { m_enabled = enabled; }
+    void setStyle(int style) override { m_style = style; }
+    void setFaceId(int faceId) override { m_faceId = faceId; }
+    void deleteControl() override;
+    QList<ControlRef> controls() const override { return m_children; }
+    ControlRef add(ControlType type, bool temporary) override;
+
+    bool isEnabled() const { return m_enabled; }
+    bool isTemporary() const { return m_temporary; }
+    int style() const { return m_style; }
+    int faceId() const { return m_faceId; }
+    // What the user's click does.
+    void click() { Click.raise(); }
+
+private:
+    ControlType m_type;
+    bool m_temporary;
+    QList<ControlRef>* m_owner;
+    QString m_caption;
+    bool m_enabled = false;
+    int m_style = 0;
+    int m_faceId = 0;
+    QList<ControlRef> m_children;
+};
+
+class MemoryCommandBar final : public CommandBar {
+public:
+    explicit MemoryCommandBar(QString name) : m_name(std::move(name)) {}
+    QString name() const override { return m_name; }
+    QList<ControlRef> controls() const override { return m_controls; }
+    ControlRef add(ControlType type, bool temporary) override;
+
+private:
+    QString m_name;
+    QList<ControlRef> m_controls;
+};
+
+// The bars of an explorer: only "Standard".
+class MemoryCommandBars final : public CommandBars {
+public:
+    std::shared_ptr<CommandBar> item(const QString& name) const override;
+    MemoryCommandBar& standard() { return *m_standard; }
+
+private:
+    std::shared_ptr<MemoryCommandBar> m_standard =
+        std::make_shared<MemoryCommandBar>(QStringLiteral("Standard"));
+};
+
+} // namespace velmora::memory

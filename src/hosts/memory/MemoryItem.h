@@ -1,0 +1,62 @@
+#pragma once
+
+#include "hosts/memory/MessageContent.h"
+
+#include <memory>
+
+namespace velmora::memory {
+
+class MemoryFolder;
+
+class MemoryAttachment final : public HostAttachment {
+public:
+    explicit MemoryAttachment(AttachmentContent content) : m_content(std::move(content)) {}
+    QString fileName() const override { return m_content.fileName; }
+    QString displayName() const override;
+    void saveAsFile(const QString& path) const override;
+
+    int saveCount() const { return m_saveCount; }
+
+private:
+    AttachmentContent m_content;
+    mutable int m_saveCount = 0;
+};
+
+// An item of the in-memory host. It belongs to at most one folder at a time;
+// moving it raises the source folder's ItemRemove and the destination's
+// ItemAdd, synchronously and in that order, before move() returns.
+class MemoryItem final : public MailItemView, public std::enable_shared_from_this<MemoryItem> {
+public:
+    MemoryItem(QString entryId, MessageContent content);
+
+    int itemClass() const override { return m_content.itemClass; }
+    QString typeName() const override { return m_content.typeName; }
+    QString entryId() const override { return m_entryId; }
+    QString senderEmailAddress() const override { return m_content.sender; }
+    QString subject() const override { return m_content.subject; }
+    void setSubject(const QString& subject) override { m_content.subject = subject; }
+    QString body() const override { return m_content.body; }
+    QString htmlBody() const override { return m_content.htmlBody; }
+    int attachmentCount() const override { return int(m_attachments.size()); }
+    std::shared_ptr<HostAttachment> attachment(int index) const override;
+    QStringList recipientAddresses() const override { return m_content.recipients; }
+    void save() override;
+    void move(HostFolder& destination) override;
+
+    // What the store holds: the subject as last saved, and how often it was.
+    QString savedSubject() const { return m_savedSubject; }
+    int saveCount() const { return m_saveCount; }
+    MemoryFolder* folder() const { return m_folder; }
+    void setFolder(MemoryFolder* folder) { m_folder = folder; }
+    std::shared_ptr<MemoryAttachment> memoryAttachment(int index) const;
+
+private:
+    QString m_entryId;
+    MessageContent m_content;
+    QList<std::shared_ptr<MemoryAttachment>> m_attachments;
+    QString m_savedSubject;
+    int m_saveCount = 0;
+    MemoryFolder* m_folder = nullptr;
+};
+
+} // namespace velmora::memory
