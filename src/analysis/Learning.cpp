@@ -75,9 +75,8 @@ void AddPicEmail(SpamData& data, const PicRec& record) {
 
 void AddTxtEmail(SpamData& data, const TxtRec& record) {
     try {
-        insertBySender(data.TxtTable, data.TxtChanged, record, [&](const TxtRec& entry) {
-            return entry.LineCount == record.LineCount;
-        });
+        insertBySender(data.TxtTable, data.TxtChanged, record,
+                       [&](const TxtRec& entry) { return entry.LineCount == record.LineCount; });
     } catch (const VbError& error) {
         showMessage(QStringLiteral("AddTxtEmail: ") + error.description() +
                     QStringLiteral("Max =") + QString::number(data.TxtTable.upperBound()));

@@ -59,8 +59,8 @@ PicRec AnalysePicture(PictureBox& box, const QImage& picture) {
             const QRgb* row = reinterpret_cast<const QRgb*>(pixels.constScanLine(y));
             for (int x = 0; x < width; ++x) {
                 const QRgb p = row[x];
-                const std::uint32_t colour = std::uint32_t(qRed(p)) + 256u * qGreen(p) +
-                                             65536u * qBlue(p);
+                const std::uint32_t colour =
+                    std::uint32_t(qRed(p)) + 256u * qGreen(p) + 65536u * qBlue(p);
                 ++counts[colourBand(colour)];
             }
             yieldToHost();

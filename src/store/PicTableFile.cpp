@@ -7,7 +7,6 @@
 #include "store/FileHelpers.h"
 #include "store/RecordLine.h"
 
-
 namespace velmora {
 namespace {
 

@@ -88,7 +88,8 @@ std::shared_ptr<MemoryItem> MemoryApplication::place(MemoryFolder& folder,
     return item;
 }
 
-QList<std::shared_ptr<MemoryItem>> MemoryApplication::deliver(const QList<MessageContent>& messages) {
+QList<std::shared_ptr<MemoryItem>>
+MemoryApplication::deliver(const QList<MessageContent>& messages) {
     QList<std::shared_ptr<MemoryItem>> items;
     QStringList ids;
     for (const MessageContent& message : messages) {
@@ -166,7 +167,8 @@ QString MemoryApplication::nextFolderId() {
     return QStringLiteral("F0000000%1").arg(++m_lastFolderId, 8, 16, QLatin1Char('0')).toUpper();
 }
 
-std::shared_ptr<MemoryFolder> MemoryApplication::newFolder(const QString& name, FolderItemType type) {
+std::shared_ptr<MemoryFolder> MemoryApplication::newFolder(const QString& name,
+                                                           FolderItemType type) {
     return std::make_shared<MemoryFolder>(name, nextFolderId(), type);
 }
 

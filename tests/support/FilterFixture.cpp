@@ -1,0 +1,84 @@
+#include "support/FilterFixture.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QTimer>
+
+namespace velmora::test {
+
+void RecordingServices::showDatabasePrompt() {
+    calls.append(QStringLiteral("show prompt"));
+    const Answer given = answer;
+    FilterFlags* target = flags;
+    QTimer::singleShot(0, [target, given] {
+        if (given == Answer::Accept)
+            target->PromptAccepted = kTrue;
+        else
+            target->PromptClosed = kTrue;
+    });
+}
+
+FilterFixture::FilterFixture() {
+    const DataFolder folder(root.path());
+    QDir().mkpath(folder.dataFolder());
+    state = std::make_unique<FilterState>(folder, toolBox, services);
+    services.flags = &state->flags;
+    state->application = app;
+    state->thresholds.LevelP = 86;
+    state->thresholds.LevelT = 94;
+
+    state->data.TrustedList.append(QStringLiteral("friend@trusted.example"));
+    TxtRec txt;
+    txt.Sender = QStringLiteral("seed@text.example");
+    txt.Flag = kTrue;
+    txt.Counts.fill(9999); // far from any real mail
+    txt.MailAddr = QStringLiteral("seed@addr.example");
+    txt.LinkHost = QStringLiteral("www.seed.example");
+    state->data.TxtTable.append(txt);
+    PicRec pic;
+    pic.Sender = QStringLiteral("seed@pic.example");
+    pic.Flag = kTrue;
+    pic.Values[7] = 100;
+    pic.Size = 1;
+    state->data.PicTable.append(pic);
+}
+
+memory::MessageContent mail(const QString& sender, const QString& subject, const QString& body) {
+    memory::MessageContent content;
+    content.sender = sender;
+    content.subject = subject;
+    content.body = body;
+    return content;
+}
+
+memory::MessageContent pictureMail(const QString& sender, const QString& subject,
+                                   const QString& fileName, const QByteArray& bytes) {
+    memory::MessageContent content = mail(sender, subject, QStringLiteral("see picture\r\n"));
+    content.attachments.append({fileName, QString(), bytes});
+    return content;
+}
+
+QByteArray pictureFile(const QImage& picture, const char* format, qsizetype size) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    picture.save(&buffer, format);
+    if (size >= 0 && bytes.size() < size)
+        bytes.append(QByteArray(size - bytes.size(), '\0'));
+    return bytes;
+}
+
+QImage solidPicture(int width, int height, QRgb colour) {
+    QImage picture(width, height, QImage::Format_RGB32);
+    picture.fill(colour);
+    return picture;
+}
+
+QString mailBody(const QStringList& lines) {
+    QString body;
+    for (const QString& line : lines)
+        body += line + QStringLiteral("\r\n");
+    return body;
+}
+
+} // namespace velmora::test

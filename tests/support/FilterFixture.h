@@ -1,0 +1,58 @@
+#pragma once
+
+#include "analysis/FilterState.h"
+#include "analysis/HeadlessToolWindow.h"
+#include "hosts/memory/MemoryApplication.h"
+#include "support/TestSupport.h"
+
+#include <QImage>
+
+namespace velmora::test {
+
+// Services that record what the engine asked for. The database prompt is
+// answered through the event loop, as a user's click would be.
+class RecordingServices final : public FilterServices {
+public:
+    enum class Answer { Accept, Close };
+
+    void showDatabasePrompt() override;
+    void unloadDatabasePrompt() override { calls.append(QStringLiteral("unload prompt")); }
+    void showToolWindow() override { calls.append(QStringLiteral("show tool window")); }
+    void buildDatabase() override { calls.append(QStringLiteral("build database")); }
+
+    Answer answer = Answer::Close;
+    QStringList calls;
+    FilterFlags* flags = nullptr; // where the prompt's buttons write
+};
+
+// A running filter on an in-memory mail client, with its data folder in a
+// temporary folder and a headless tool window. The tables start with one
+// trusted address, one text record and one picture entry, so that nothing is
+// refused for an empty table.
+struct FilterFixture {
+    FilterFixture();
+
+    TempFolder root;
+    std::shared_ptr<memory::MemoryApplication> app = std::make_shared<memory::MemoryApplication>();
+    HeadlessToolWindow toolBox;
+    RecordingServices services;
+    std::unique_ptr<FilterState> state;
+
+    SpamData& data() { return state->data; }
+};
+
+// A plain mail message.
+memory::MessageContent mail(const QString& sender, const QString& subject, const QString& body);
+// The same with a picture attachment of those bytes.
+memory::MessageContent pictureMail(const QString& sender, const QString& subject,
+                                   const QString& fileName, const QByteArray& bytes);
+
+// A picture file: `picture` saved in `format`, padded with zero bytes to
+// `size` bytes when that is given (the decoders stop at the picture's end).
+QByteArray pictureFile(const QImage& picture, const char* format = "PNG", qsizetype size = -1);
+QImage solidPicture(int width, int height, QRgb colour);
+
+// Lines of text ended by CR LF, as mail bodies are.
+QString mailBody(const QStringList& lines);
+
+} // namespace velmora::test
