@@ -38,7 +38,7 @@ FilterFixture::FilterFixture() {
     PicRec pic;
     pic.Sender = QStringLiteral("seed@pic.example");
     pic.Flag = kTrue;
-    pic.Values[7] = 100;
+    pic.Values.fill(5); // far from any one-colour picture
     pic.Size = 1;
     state->data.PicTable.append(pic);
 }
