@@ -142,7 +142,7 @@ Bool16 AnalyseEmail(FilterState& state, MailItemView& item) {
     try {
         // Held for the duration of the call, as the host expects of a client.
         const std::shared_ptr<HostNamespace> mapi =
-            state.application ? state.application->getNamespace(QStringLiteral("MAPI")) : nullptr;
+            state.application ? state.application->GetNamespace(QStringLiteral("MAPI")) : nullptr;
 
         if (state.flags.DatabaseBuilding != kFalse)
             return kFalse;

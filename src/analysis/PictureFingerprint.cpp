@@ -49,20 +49,23 @@ PicRec AnalysePicture(PictureBox& box, const QImage& picture) {
         box.drawStretched(picture);
         yieldToHost();
 
-        const QImage& pixels = box.pixels();
         const int height = box.height();
         const int width = box.width();
         std::array<int, 20> counts{};
-        if (pixels.width() < width || pixels.height() < height)
-            throw VbError(VbError::InvalidPicture);
         for (int y = 0; y < height; ++y) {
-            const QRgb* row = reinterpret_cast<const QRgb*>(pixels.constScanLine(y));
-            for (int x = 0; x < width; ++x) {
+            // Read afresh each row: the host's events, which run after every
+            // row, may have drawn something else into the box meanwhile.
+            const QImage& pixels = box.pixels();
+            const QRgb* row = y < pixels.height()
+                                  ? reinterpret_cast<const QRgb*>(pixels.constScanLine(y))
+                                  : nullptr;
+            const int drawnWidth = row ? qMin(width, pixels.width()) : 0;
+            for (int x = 0; x < drawnWidth; ++x) {
                 const QRgb p = row[x];
-                const std::uint32_t colour =
-                    std::uint32_t(qRed(p)) + 256u * qGreen(p) + 65536u * qBlue(p);
-                ++counts[colourBand(colour)];
+                ++counts[colourBand(std::uint32_t(qRed(p)) + 256u * qGreen(p) + 65536u * qBlue(p))];
             }
+            // A point outside the drawing reads as -1, which is band 0.
+            counts[0] += width - drawnWidth;
             yieldToHost();
         }
         rec.Size = toInt16(height);

@@ -162,15 +162,39 @@ TEST(AnalyseEmail, PictureBelowTheLevelButAbove50IsMarkedOnly) {
 }
 
 TEST(AnalyseEmail, PictureFileSizesFrom500To500000AreFingerprinted) {
+    // The picture matches a spam entry; the body holds a restricted word that
+    // only the text stage would find.
     for (const qsizetype bytes : {499, 500, 500000, 500001}) {
         FilterFixture f;
         f.data().PicTable.insertAt(1, blackEntry(kTrue));
-        const auto item = blackPictureMail(f, bytes);
+        f.data().RestrictedList.append(QStringLiteral("picture"));
+        const Outcome outcome = judge(f, blackPictureMail(f, bytes));
         const bool fingerprinted = bytes >= 500 && bytes <= 500000;
-        EXPECT_EQ(judge(f, item).verdict, toBool16(fingerprinted)) << bytes;
+        EXPECT_EQ(outcome.verdict, kTrue) << bytes;
+        EXPECT_EQ(outcome.subject,
+                  fingerprinted ? QStringLiteral("{S:109%} Look") : QStringLiteral("{RESTR} Look"))
+            << bytes;
         // A picture that is not fingerprinted stays where it was saved.
         EXPECT_EQ(QFile::exists(f.root.file(QStringLiteral("black.png"))), !fingerprinted) << bytes;
     }
+}
+
+TEST(AnalyseEmail, PictureStageWithoutVerdictSkipsTheText) {
+    FilterFixture f;
+    f.data().RestrictedList.append(QStringLiteral("picture"));
+    const Outcome outcome = judge(f, blackPictureMail(f, 5000));
+    EXPECT_EQ(outcome.verdict, kFalse);
+    EXPECT_EQ(outcome.saves, 0);
+}
+
+TEST(AnalyseEmail, PictureScoreEqualToTheLevelIsAHit) {
+    FilterFixture f;
+    PicRec entry = blackEntry(kTrue, 83); // size likeness 55
+    entry.Values[0] = 89;                 // band likeness 89: (1989 / 17 + 55) / 2 = 86
+    f.data().PicTable.insertAt(1, entry);
+    const Outcome outcome = judge(f, blackPictureMail(f, 5000));
+    EXPECT_EQ(outcome.verdict, kTrue);
+    EXPECT_EQ(outcome.subject, QStringLiteral("{S:86%} Look"));
 }
 
 TEST(AnalyseEmail, KnownSpamSenderIsTaggedWith100AndNothingIsLearnt) {
@@ -192,9 +216,15 @@ TEST(AnalyseEmail, KnownSpamSenderIsTaggedWith100AndNothingIsLearnt) {
     EXPECT_EQ(outcome.saves, 0);
     EXPECT_EQ(f.data().TxtTable.upperBound(), records);
 
-    // A text of exactly 10 characters is not looked up by its sender.
+    // A text of exactly 10 characters is not looked up by its sender, but its
+    // restricted words still count.
     fromSpammer.body = QStringLiteral("0123456789");
     EXPECT_EQ(judge(f, f.app->place(f.app->inbox(), fromSpammer)).verdict, kFalse);
+    f.data().RestrictedList.append(QStringLiteral("casino"));
+    fromSpammer.body = QStringLiteral("casino\r\nab");
+    const Outcome restricted = judge(f, f.app->place(f.app->inbox(), fromSpammer));
+    EXPECT_EQ(restricted.verdict, kTrue);
+    EXPECT_EQ(restricted.subject, QStringLiteral("{RESTR} Offer"));
 }
 
 TEST(AnalyseEmail, RestrictedWordsTagAndLearnTheMail) {

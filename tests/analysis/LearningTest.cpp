@@ -157,6 +157,16 @@ TEST(AddTxtEmail, InsertsBySenderButNeverAfterTheLastEntry) {
     EXPECT_EQ(data.TxtChanged, kTrue);
 }
 
+TEST(AddTxtEmail, FailuresAreReportedWithTheUpperBound) {
+    RecordingSink sink;
+    SpamData data{DataFolder(QStringLiteral("/nonexistent"))};
+    AddTxtEmail(data, textRecord("b@x", 1));
+    AddTxtEmail(data, textRecord("c@x", 1));
+    AddTxtEmail(data, textRecord("", 1)); // an empty sender cannot be placed
+    EXPECT_EQ(sink.messages,
+              QStringList{QStringLiteral("AddTxtEmail: Invalid procedure call or argumentMax =2")});
+}
+
 TEST(AddPicEmail, DuplicatesNeedTheSameAttachmentAndLength) {
     RecordingSink sink;
     SpamData data{DataFolder(QStringLiteral("/nonexistent"))};

@@ -62,6 +62,7 @@ TEST(AnalysePicture, BoxOfMoreThan32767PixelsOverflows) {
     box.setHeight(200);
     AnalysePicture(box, solidPicture(10, 10, qRgb(0, 0, 0)));
     EXPECT_EQ(sink.messages, QStringList{QStringLiteral("PIC Analysing: Overflow")});
+    EXPECT_FALSE(box.pixels().isNull()); // the failure leaves the drawing in the box
 }
 
 TEST(CheckPictureAttachment, PictureExtensionsAreSavedOnce) {
@@ -94,4 +95,15 @@ TEST(CheckPictureAttachment, PictureExtensionsAreSavedOnce) {
     }
     const auto plain = f.app->place(f.app->inbox(), mail(QStringLiteral("d@x"), {}, {}));
     EXPECT_FALSE(CheckPictureAttachment(*f.state, *plain));
+
+    // The file name decides; the file is saved under the display name.
+    const auto named = f.app->place(
+        f.app->inbox(), pictureMail(QStringLiteral("e@x"), {}, QStringLiteral("scan.gif"), png,
+                                    QStringLiteral("Scan of letter.txt")));
+    EXPECT_TRUE(CheckPictureAttachment(*f.state, *named));
+    EXPECT_EQ(f.root.readBytes(QStringLiteral("Scan of letter.txt")), png);
+    const auto misnamed = f.app->place(
+        f.app->inbox(), pictureMail(QStringLiteral("e@x"), {}, QStringLiteral("letter.txt"), png,
+                                    QStringLiteral("letter.gif")));
+    EXPECT_FALSE(CheckPictureAttachment(*f.state, *misnamed));
 }

@@ -11,7 +11,7 @@ using velmora::test::mail;
 TEST(MemoryHost, ArrivingMailRaisesItemAddThenOneNewMailEx) {
     MemoryApplication app;
     QStringList events;
-    Subscription added = app.inbox().items().ItemAdd.subscribe(
+    Subscription added = app.inbox().Items().ItemAdd.subscribe(
         [&](const MailItemRef& item) { events.append(QStringLiteral("add ") + item->subject()); });
     Subscription newMail = app.NewMailEx.subscribe(
         [&](const QString& ids) { events.append(QStringLiteral("new ") + ids); });
@@ -22,12 +22,12 @@ TEST(MemoryHost, ArrivingMailRaisesItemAddThenOneNewMailEx) {
     const auto items =
         app.deliver({mail(QStringLiteral("a@x.example"), QStringLiteral("One"), {}), meeting});
     EXPECT_EQ(events, (QStringList{QStringLiteral("add One"), QStringLiteral("add Meet"),
-                                   QStringLiteral("new ") + items[0]->entryId() + QLatin1Char(',') +
-                                       items[1]->entryId()}));
-    const auto mapi = app.getNamespace(QStringLiteral("MAPI"));
-    EXPECT_EQ(mapi->getItemFromId(items[1]->entryId())->typeName(), QStringLiteral("MeetingItem"));
-    EXPECT_EQ(mapi->getItemFromId(items[1]->entryId())->itemClass(), 53);
-    EXPECT_THROW(mapi->getItemFromId(QStringLiteral("nope")), VbError);
+                                   QStringLiteral("new ") + items[0]->EntryID() + QLatin1Char(',') +
+                                       items[1]->EntryID()}));
+    const auto mapi = app.GetNamespace(QStringLiteral("MAPI"));
+    EXPECT_EQ(mapi->GetItemFromID(items[1]->EntryID())->typeName(), QStringLiteral("MeetingItem"));
+    EXPECT_EQ(mapi->GetItemFromID(items[1]->EntryID())->itemClass(), 53);
+    EXPECT_THROW(mapi->GetItemFromID(QStringLiteral("nope")), VbError);
 
     // Clearing the subscription stops the events.
     added.reset();
@@ -38,23 +38,23 @@ TEST(MemoryHost, ArrivingMailRaisesItemAddThenOneNewMailEx) {
 
 TEST(MemoryHost, DefaultFoldersAndUserFolders) {
     MemoryApplication app;
-    const auto mapi = app.getNamespace(QStringLiteral("MAPI"));
-    EXPECT_EQ(mapi->getDefaultFolder(DefaultFolderJunk)->name(), QStringLiteral("Junk E-mail"));
-    EXPECT_EQ(mapi->getDefaultFolder(DefaultFolderInbox)->name(), QStringLiteral("Inbox"));
-    EXPECT_EQ(mapi->getDefaultFolder(DefaultFolderSent)->name(), QStringLiteral("Sent Items"));
-    EXPECT_EQ(mapi->getDefaultFolder(DefaultFolderDeleted)->name(),
+    const auto mapi = app.GetNamespace(QStringLiteral("MAPI"));
+    EXPECT_EQ(mapi->GetDefaultFolder(DefaultFolderJunk)->Name(), QStringLiteral("Junk E-mail"));
+    EXPECT_EQ(mapi->GetDefaultFolder(DefaultFolderInbox)->Name(), QStringLiteral("Inbox"));
+    EXPECT_EQ(mapi->GetDefaultFolder(DefaultFolderSent)->Name(), QStringLiteral("Sent Items"));
+    EXPECT_EQ(mapi->GetDefaultFolder(DefaultFolderDeleted)->Name(),
               QStringLiteral("Deleted Items"));
-    EXPECT_THROW(mapi->getDefaultFolder(99), VbError);
-    EXPECT_NE(mapi->getDefaultFolder(DefaultFolderJunk)->entryId(),
-              mapi->getDefaultFolder(DefaultFolderInbox)->entryId());
+    EXPECT_THROW(mapi->GetDefaultFolder(99), VbError);
+    EXPECT_NE(mapi->GetDefaultFolder(DefaultFolderJunk)->EntryID(),
+              mapi->GetDefaultFolder(DefaultFolderInbox)->EntryID());
 
     MemoryFolder& projects = app.addFolder(app.store(), QStringLiteral("Projects"));
     app.addFolder(projects, QStringLiteral("2026"));
-    ASSERT_EQ(mapi->folders().size(), 1);
-    const QList<FolderRef> top = mapi->folders()[0]->folders();
-    EXPECT_EQ(top.last()->name(), QStringLiteral("Projects"));
-    EXPECT_EQ(top.last()->folders()[0]->name(), QStringLiteral("2026"));
-    EXPECT_THROW(app.getNamespace(QStringLiteral("OTHER")), VbError);
+    ASSERT_EQ(mapi->Folders().size(), 1);
+    const QList<FolderRef> top = mapi->Folders()[0]->Folders();
+    EXPECT_EQ(top.last()->Name(), QStringLiteral("Projects"));
+    EXPECT_EQ(top.last()->Folders()[0]->Name(), QStringLiteral("2026"));
+    EXPECT_THROW(app.GetNamespace(QStringLiteral("OTHER")), VbError);
 }
 
 TEST(MemoryHost, UserMovesRaiseTheExplorerGuardThenRemoveAndAdd) {
@@ -64,19 +64,19 @@ TEST(MemoryHost, UserMovesRaiseTheExplorerGuardThenRemoveAndAdd) {
     QStringList events;
     Subscription guard = app.explorer().BeforeMove.subscribe([&] {
         events.append(
-            QStringLiteral("before move, %1 selected").arg(app.explorer().selection().size()));
+            QStringLiteral("before move, %1 selected").arg(app.explorer().Selection().size()));
     });
-    Subscription removed = app.inbox().items().ItemRemove.subscribe(
+    Subscription removed = app.inbox().Items().ItemRemove.subscribe(
         [&] { events.append(QStringLiteral("inbox remove")); });
-    Subscription junkAdd = app.junk().items().ItemAdd.subscribe([&](const MailItemRef& item) {
+    Subscription junkAdd = app.junk().Items().ItemAdd.subscribe([&](const MailItemRef& item) {
         events.append(QStringLiteral("junk add ") + item->subject());
     });
     app.userMove({a, b}, app.junk());
     EXPECT_EQ(events, (QStringList{QStringLiteral("before move, 2 selected"),
                                    QStringLiteral("inbox remove"), QStringLiteral("junk add A"),
                                    QStringLiteral("inbox remove"), QStringLiteral("junk add B")}));
-    EXPECT_EQ(app.inbox().items().count(), 0);
-    EXPECT_EQ(app.junk().items().count(), 2);
+    EXPECT_EQ(app.inbox().Items().Count(), 0);
+    EXPECT_EQ(app.junk().Items().Count(), 2);
 
     // A moved item's old handle is stale in its old folder but the item lives on.
     a->setSubject(QStringLiteral("A2"));
@@ -87,7 +87,7 @@ TEST(MemoryHost, UserMovesRaiseTheExplorerGuardThenRemoveAndAdd) {
     Subscription cut =
         app.explorer().BeforeItemCut.subscribe([&] { events.append(QStringLiteral("cut")); });
     Subscription paste = app.explorer().BeforeItemPaste.subscribe([&](const FolderRef& target) {
-        events.append(QStringLiteral("paste into ") + target->name());
+        events.append(QStringLiteral("paste into ") + target->Name());
     });
     app.userCutPaste({b}, app.inbox());
     EXPECT_EQ(events.mid(0, 2),
@@ -98,32 +98,32 @@ TEST(MemoryHost, CursorPassesOverTheItemAfterOneThatMovedAway) {
     MemoryApplication app;
     for (const char* s : {"1", "2", "3", "4"})
         app.place(app.inbox(), mail(QStringLiteral("a@x"), QLatin1String(s), {}));
-    HostItems& items = app.inbox().items();
+    HostItems& items = app.inbox().Items();
     QStringList seen;
-    for (MailItemRef item = items.getFirst(); item; item = items.getNext()) {
+    for (MailItemRef item = items.GetFirst(); item; item = items.GetNext()) {
         seen.append(item->subject());
         if (item->subject() == QStringLiteral("2"))
             item->move(app.junk());
     }
     EXPECT_EQ(seen, (QStringList{QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("4")}));
-    EXPECT_EQ(items.count(), 3);
-    EXPECT_EQ(items.item(2)->subject(), QStringLiteral("3"));
-    EXPECT_THROW(items.item(4), VbError);
+    EXPECT_EQ(items.Count(), 3);
+    EXPECT_EQ(items.Item(2)->subject(), QStringLiteral("3"));
+    EXPECT_THROW(items.Item(4), VbError);
 }
 
 TEST(MemoryHost, SentMailAndAttachments) {
     velmora::test::TempFolder dir;
     MemoryApplication app;
     QStringList recipients;
-    Subscription sent = app.ItemSend.subscribe(
-        [&](const MailItemRef& item) { recipients = item->recipientAddresses(); });
+    Subscription sent =
+        app.ItemSend.subscribe([&](const MailItemRef& item) { recipients = item->Recipients(); });
     MessageContent message =
         mail(QStringLiteral("me@x"), QStringLiteral("Hi"), QStringLiteral("x"));
     message.recipients = {QStringLiteral("a@y"), QStringLiteral("b@z")};
     message.attachments.append({QStringLiteral("photo.JPG"), QStringLiteral("Photo.jpg"), "bytes"});
     const auto item = app.send(message);
     EXPECT_EQ(recipients, message.recipients);
-    EXPECT_EQ(app.sentItems().items().count(), 1);
+    EXPECT_EQ(app.sentItems().Items().Count(), 1);
     ASSERT_EQ(item->attachmentCount(), 1);
     EXPECT_EQ(item->attachment(1)->fileName(), QStringLiteral("photo.JPG"));
     EXPECT_EQ(item->attachment(1)->displayName(), QStringLiteral("Photo.jpg"));
@@ -135,9 +135,9 @@ TEST(MemoryHost, SentMailAndAttachments) {
 
 TEST(MemoryHost, CommandBarControls) {
     MemoryApplication app;
-    const auto bars = app.activeExplorer()->commandBars();
-    EXPECT_EQ(bars->item(QStringLiteral("Other")), nullptr);
-    const auto bar = bars->item(QStringLiteral("Standard"));
+    const auto bars = app.ActiveExplorer()->commandBars();
+    EXPECT_EQ(bars->Item(QStringLiteral("Other")), nullptr);
+    const auto bar = bars->Item(QStringLiteral("Standard"));
     const ControlRef popup = bar->add(ControlType::Popup, true);
     popup->setCaption(QStringLiteral("V&elmora"));
     const ControlRef button = popup->add(ControlType::Button, true);
@@ -145,7 +145,66 @@ TEST(MemoryHost, CommandBarControls) {
     Subscription click = button->Click.subscribe([&] { ++clicks; });
     static_cast<MemoryControl&>(*button).click();
     EXPECT_EQ(clicks, 1);
-    EXPECT_EQ(bar->controls().size(), 1);
+    EXPECT_EQ(bar->Controls().size(), 1);
     popup->deleteControl();
-    EXPECT_EQ(bar->controls().size(), 0);
+    EXPECT_EQ(bar->Controls().size(), 0);
+}
+
+TEST(MemoryHost, RemovalHandlersCanStillSaveTheMovingItems) {
+    MemoryApplication app;
+    const auto a =
+        app.place(app.junk(), mail(QStringLiteral("a@x"), QStringLiteral("{S:90%} A"), {}));
+    QStringList where;
+    Subscription removed = app.junk().Items().ItemRemove.subscribe([&] {
+        for (const MailItemRef& item : app.explorer().Selection()) {
+            item->setSubject(QStringLiteral("A"));
+            item->save();
+            where.append(static_cast<MemoryItem&>(*item).folder()->Name());
+        }
+    });
+    app.userMove({a}, app.inbox());
+    EXPECT_EQ(where, QStringList{QStringLiteral("Inbox")});
+    EXPECT_EQ(a->savedSubject(), QStringLiteral("A"));
+}
+
+TEST(MemoryHost, CopyDeleteStoresAndClosing) {
+    MemoryApplication app;
+    const auto a = app.place(app.inbox(), mail(QStringLiteral("a@x"), QStringLiteral("A"), {}));
+    QStringList events;
+    Subscription copy =
+        app.explorer().BeforeItemCopy.subscribe([&] { events.append(QStringLiteral("copy")); });
+    Subscription paste = app.explorer().BeforeItemPaste.subscribe(
+        [&](const FolderRef& target) { events.append(QStringLiteral("paste ") + target->Name()); });
+    Subscription junkAdd = app.junk().Items().ItemAdd.subscribe(
+        [&](const MailItemRef& item) { events.append(QStringLiteral("add ") + item->EntryID()); });
+    Subscription inboxRemove =
+        app.inbox().Items().ItemRemove.subscribe([&] { events.append(QStringLiteral("remove")); });
+    const auto copies = app.userCopyPaste({a}, app.junk());
+    ASSERT_EQ(copies.size(), 1);
+    EXPECT_NE(copies[0]->EntryID(), a->EntryID());
+    EXPECT_EQ(events, (QStringList{QStringLiteral("copy"), QStringLiteral("paste Junk E-mail"),
+                                   QStringLiteral("add ") + copies[0]->EntryID()}));
+    EXPECT_EQ(app.inbox().Items().Count(), 1);
+
+    Subscription deletedAdd = app.deletedItems().Items().ItemAdd.subscribe(
+        [&](const MailItemRef&) { events.append(QStringLiteral("deleted add")); });
+    events.clear();
+    app.userDelete({a});
+    EXPECT_EQ(events, (QStringList{QStringLiteral("remove"), QStringLiteral("deleted add")}));
+    EXPECT_EQ(app.explorer().Selection().size(), 1);
+
+    MemoryFolder& archive = app.addStore(QStringLiteral("Archive Folders"));
+    app.addFolder(archive, QStringLiteral("2019"));
+    const auto stores = app.GetNamespace(QStringLiteral("MAPI"))->Folders();
+    ASSERT_EQ(stores.size(), 2);
+    EXPECT_EQ(stores[1]->Name(), QStringLiteral("Archive Folders"));
+    EXPECT_EQ(stores[1]->Class(), kFolderClass);
+
+    const ControlRef temporary = app.standardBar().add(ControlType::Popup, true);
+    app.standardBar().add(ControlType::Popup, false);
+    bool quit = false;
+    Subscription quitting = app.Quit.subscribe([&] { quit = true; });
+    app.quit();
+    EXPECT_TRUE(quit);
+    EXPECT_EQ(app.standardBar().Controls().size(), 1); // the temporary one is gone
 }

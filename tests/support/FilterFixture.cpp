@@ -52,9 +52,10 @@ memory::MessageContent mail(const QString& sender, const QString& subject, const
 }
 
 memory::MessageContent pictureMail(const QString& sender, const QString& subject,
-                                   const QString& fileName, const QByteArray& bytes) {
+                                   const QString& fileName, const QByteArray& bytes,
+                                   const QString& displayName) {
     memory::MessageContent content = mail(sender, subject, QStringLiteral("see picture\r\n"));
-    content.attachments.append({fileName, QString(), bytes});
+    content.attachments.append({fileName, displayName, bytes});
     return content;
 }
 

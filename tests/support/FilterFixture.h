@@ -45,7 +45,8 @@ struct FilterFixture {
 memory::MessageContent mail(const QString& sender, const QString& subject, const QString& body);
 // The same with a picture attachment of those bytes.
 memory::MessageContent pictureMail(const QString& sender, const QString& subject,
-                                   const QString& fileName, const QByteArray& bytes);
+                                   const QString& fileName, const QByteArray& bytes,
+                                   const QString& displayName = {});
 
 // A picture file: `picture` saved in `format`, padded with zero bytes to
 // `size` bytes when that is given (the decoders stop at the picture's end).

@@ -25,11 +25,11 @@ class HostNamespace {
 public:
     virtual ~HostNamespace() = default;
     // The top-level folders, one per mail store.
-    virtual QList<FolderRef> folders() const = 0;
+    virtual QList<FolderRef> Folders() const = 0;
     // One of the default folders; throws VbError for an unknown number.
-    virtual FolderRef getDefaultFolder(int number) const = 0;
+    virtual FolderRef GetDefaultFolder(int number) const = 0;
     // The item with that identifier; throws VbError when there is none.
-    virtual MailItemRef getItemFromId(const QString& entryId) const = 0;
+    virtual MailItemRef GetItemFromID(const QString& entryId) const = 0;
 };
 
 // A window of the mail client that shows a folder.
@@ -37,7 +37,7 @@ class HostExplorer {
 public:
     virtual ~HostExplorer() = default;
     // The items selected in the window now.
-    virtual QList<MailItemRef> selection() const = 0;
+    virtual QList<MailItemRef> Selection() const = 0;
     virtual FolderRef currentFolder() const = 0;
     virtual std::shared_ptr<CommandBars> commandBars() const = 0;
 
@@ -54,9 +54,9 @@ class HostApplication {
 public:
     virtual ~HostApplication() = default;
     // The namespace of that type; only "MAPI" is used.
-    virtual std::shared_ptr<HostNamespace> getNamespace(const QString& type) const = 0;
-    virtual std::shared_ptr<HostExplorer> activeExplorer() const = 0;
-    virtual QList<std::shared_ptr<HostExplorer>> explorers() const = 0;
+    virtual std::shared_ptr<HostNamespace> GetNamespace(const QString& type) const = 0;
+    virtual std::shared_ptr<HostExplorer> ActiveExplorer() const = 0;
+    virtual QList<std::shared_ptr<HostExplorer>> Explorers() const = 0;
 
     // A message is being sent (the filter never cancels the send).
     EventSource<const MailItemRef&> ItemSend;

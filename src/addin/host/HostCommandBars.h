@@ -30,7 +30,7 @@ public:
     virtual void deleteControl() = 0;
 
     // A pop-up's controls, in order; empty for a button.
-    virtual QList<std::shared_ptr<CommandBarControl>> controls() const = 0;
+    virtual QList<std::shared_ptr<CommandBarControl>> Controls() const = 0;
     // Adds a control to a pop-up. `temporary` controls vanish when the host
     // closes.
     virtual std::shared_ptr<CommandBarControl> add(ControlType type, bool temporary) = 0;
@@ -46,7 +46,7 @@ class CommandBar {
 public:
     virtual ~CommandBar() = default;
     virtual QString name() const = 0;
-    virtual QList<ControlRef> controls() const = 0;
+    virtual QList<ControlRef> Controls() const = 0;
     virtual ControlRef add(ControlType type, bool temporary) = 0;
 };
 
@@ -55,7 +55,7 @@ class CommandBars {
 public:
     virtual ~CommandBars() = default;
     // The bar of that name ("Standard"), or nullptr.
-    virtual std::shared_ptr<CommandBar> item(const QString& name) const = 0;
+    virtual std::shared_ptr<CommandBar> Item(const QString& name) const = 0;
 };
 
 } // namespace velmora

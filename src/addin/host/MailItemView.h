@@ -31,8 +31,10 @@ public:
 // host's store when save() is called.
 //
 // Contract for every member: it runs on the host's thread and does not call
-// back into the filter before returning. A call on an item that has been moved
-// away or deleted, or that the host cannot carry out, throws VbError.
+// back into the filter before returning, except move(), which raises the
+// folders' item events. A handle stays usable after its item has been moved
+// by the user (the removal handlers work on the items they were moved with);
+// a call the host cannot carry out throws VbError.
 class MailItemView {
 public:
     virtual ~MailItemView() = default;
@@ -42,7 +44,7 @@ public:
     // The run-time type name: "MailItem", "PostItem", "MeetingItem", ...
     virtual QString typeName() const = 0;
     // The host's permanent identifier of the item.
-    virtual QString entryId() const = 0;
+    virtual QString EntryID() const = 0;
 
     virtual QString senderEmailAddress() const = 0; // case as received
     virtual QString subject() const = 0;
@@ -56,12 +58,13 @@ public:
     virtual std::shared_ptr<HostAttachment> attachment(int index) const = 0;
 
     // Each recipient's address, in the host's order (sent mail only).
-    virtual QStringList recipientAddresses() const = 0;
+    virtual QStringList Recipients() const = 0;
 
     // Commits a changed subject to the host's store.
     virtual void save() = 0;
     // Moves the item into `destination`. The folders' item events are raised
-    // (possibly before this returns). The handle must not be used afterwards.
+    // (possibly before this returns). The caller must not use the handle
+    // afterwards.
     virtual void move(HostFolder& destination) = 0;
 };
 

@@ -17,11 +17,14 @@ void forEachFolder(const std::shared_ptr<MemoryFolder>& folder,
 
 } // namespace
 
-QList<FolderRef> MemoryNamespace::folders() const {
-    return {m_app.folderRef(m_app.store())};
+QList<FolderRef> MemoryNamespace::Folders() const {
+    QList<FolderRef> stores;
+    for (const auto& store : m_app.stores())
+        stores.append(store);
+    return stores;
 }
 
-FolderRef MemoryNamespace::getDefaultFolder(int number) const {
+FolderRef MemoryNamespace::GetDefaultFolder(int number) const {
     switch (number) {
     case DefaultFolderDeleted:
         return m_app.folderRef(m_app.deletedItems());
@@ -36,7 +39,7 @@ FolderRef MemoryNamespace::getDefaultFolder(int number) const {
     }
 }
 
-MailItemRef MemoryNamespace::getItemFromId(const QString& entryId) const {
+MailItemRef MemoryNamespace::GetItemFromID(const QString& entryId) const {
     if (auto item = m_app.findItem(entryId))
         return item;
     throw VbError(VbError::AutomationError, QStringLiteral("no item %1").arg(entryId));
@@ -45,6 +48,7 @@ MailItemRef MemoryNamespace::getItemFromId(const QString& entryId) const {
 MemoryApplication::MemoryApplication() {
     m_namespace = std::make_shared<MemoryNamespace>(*this);
     m_store = newFolder(QStringLiteral("Personal Folders"), FolderItemType::Mail);
+    m_stores.append(m_store);
     m_deleted = newFolder(QStringLiteral("Deleted Items"), FolderItemType::Mail);
     m_inbox = newFolder(QStringLiteral("Inbox"), FolderItemType::Mail);
     m_sent = newFolder(QStringLiteral("Sent Items"), FolderItemType::Mail);
@@ -59,7 +63,7 @@ MemoryApplication::MemoryApplication() {
     m_explorer->setCurrentFolder(m_inbox);
 }
 
-std::shared_ptr<HostNamespace> MemoryApplication::getNamespace(const QString& type) const {
+std::shared_ptr<HostNamespace> MemoryApplication::GetNamespace(const QString& type) const {
     if (type != QStringLiteral("MAPI"))
         throw VbError(VbError::AutomationError, QStringLiteral("no namespace %1").arg(type));
     return m_namespace;
@@ -67,11 +71,19 @@ std::shared_ptr<HostNamespace> MemoryApplication::getNamespace(const QString& ty
 
 std::shared_ptr<MemoryFolder> MemoryApplication::folderRef(const MemoryFolder& folder) const {
     std::shared_ptr<MemoryFolder> found;
-    forEachFolder(m_store, [&](const std::shared_ptr<MemoryFolder>& f) {
-        if (f.get() == &folder)
-            found = f;
-    });
+    for (const auto& store : m_stores) {
+        forEachFolder(store, [&](const std::shared_ptr<MemoryFolder>& f) {
+            if (f.get() == &folder)
+                found = f;
+        });
+    }
     return found;
+}
+
+MemoryFolder& MemoryApplication::addStore(const QString& name) {
+    auto store = newFolder(name, FolderItemType::Mail);
+    m_stores.append(store);
+    return *store;
 }
 
 MemoryFolder& MemoryApplication::addFolder(MemoryFolder& parent, const QString& name,
@@ -96,7 +108,7 @@ MemoryApplication::deliver(const QList<MessageContent>& messages) {
         auto item = std::make_shared<MemoryItem>(nextItemId(), message);
         m_inbox->addItem(item);
         items.append(item);
-        ids.append(item->entryId());
+        ids.append(item->EntryID());
     }
     NewMailEx.raise(ids.join(QLatin1Char(',')));
     return items;
@@ -150,13 +162,35 @@ void MemoryApplication::userDelete(const QList<std::shared_ptr<MemoryItem>>& ite
 
 std::shared_ptr<MemoryItem> MemoryApplication::findItem(const QString& entryId) const {
     std::shared_ptr<MemoryItem> found;
-    forEachFolder(m_store, [&](const std::shared_ptr<MemoryFolder>& folder) {
-        for (const auto& item : folder->memoryItems()) {
-            if (item->entryId() == entryId)
-                found = item;
-        }
-    });
+    for (const auto& store : m_stores) {
+        forEachFolder(store, [&](const std::shared_ptr<MemoryFolder>& folder) {
+            for (const auto& item : folder->memoryItems()) {
+                if (item->EntryID() == entryId)
+                    found = item;
+            }
+        });
+    }
     return found;
+}
+
+QList<std::shared_ptr<MemoryItem>>
+MemoryApplication::userCopyPaste(const QList<std::shared_ptr<MemoryItem>>& items,
+                                 MemoryFolder& target) {
+    setSelection(items);
+    m_explorer->BeforeItemCopy.raise();
+    m_explorer->BeforeItemPaste.raise(folderRef(target));
+    QList<std::shared_ptr<MemoryItem>> copies;
+    for (const auto& item : items) {
+        auto copy = std::make_shared<MemoryItem>(nextItemId(), item->content());
+        target.addItem(copy);
+        copies.append(copy);
+    }
+    return copies;
+}
+
+void MemoryApplication::quit() {
+    Quit.raise();
+    standardBar().removeTemporaryControls();
 }
 
 QString MemoryApplication::nextItemId() {

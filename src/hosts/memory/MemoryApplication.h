@@ -15,9 +15,9 @@ class MemoryApplication;
 class MemoryNamespace final : public HostNamespace {
 public:
     explicit MemoryNamespace(MemoryApplication& app) : m_app(app) {}
-    QList<FolderRef> folders() const override;
-    FolderRef getDefaultFolder(int number) const override;
-    MailItemRef getItemFromId(const QString& entryId) const override;
+    QList<FolderRef> Folders() const override;
+    FolderRef GetDefaultFolder(int number) const override;
+    MailItemRef GetItemFromID(const QString& entryId) const override;
 
 private:
     MemoryApplication& m_app;
@@ -25,7 +25,7 @@ private:
 
 class MemoryExplorer final : public HostExplorer {
 public:
-    QList<MailItemRef> selection() const override { return m_selection; }
+    QList<MailItemRef> Selection() const override { return m_selection; }
     FolderRef currentFolder() const override { return m_current; }
     std::shared_ptr<CommandBars> commandBars() const override { return m_bars; }
 
@@ -47,17 +47,20 @@ class MemoryApplication final : public HostApplication {
 public:
     MemoryApplication();
 
-    std::shared_ptr<HostNamespace> getNamespace(const QString& type) const override;
-    std::shared_ptr<HostExplorer> activeExplorer() const override { return m_explorer; }
-    QList<std::shared_ptr<HostExplorer>> explorers() const override { return {m_explorer}; }
+    std::shared_ptr<HostNamespace> GetNamespace(const QString& type) const override;
+    std::shared_ptr<HostExplorer> ActiveExplorer() const override { return m_explorer; }
+    QList<std::shared_ptr<HostExplorer>> Explorers() const override { return {m_explorer}; }
 
     // The folders.
     MemoryFolder& store() { return *m_store; }
+    const QList<std::shared_ptr<MemoryFolder>>& stores() const { return m_stores; }
     MemoryFolder& inbox() { return *m_inbox; }
     MemoryFolder& sentItems() { return *m_sent; }
     MemoryFolder& deletedItems() { return *m_deleted; }
     MemoryFolder& junk() { return *m_junk; }
     std::shared_ptr<MemoryFolder> folderRef(const MemoryFolder& folder) const;
+    // A further mail store (a top-level folder), such as an archive.
+    MemoryFolder& addStore(const QString& name);
     // A new user folder below `parent`.
     MemoryFolder& addFolder(MemoryFolder& parent, const QString& name,
                             FolderItemType type = FolderItemType::Mail);
@@ -82,11 +85,15 @@ public:
     void userMove(const QList<std::shared_ptr<MemoryItem>>& items, MemoryFolder& target);
     // Cut and paste: BeforeItemCut, BeforeItemPaste(target), then the moves.
     void userCutPaste(const QList<std::shared_ptr<MemoryItem>>& items, MemoryFolder& target);
+    // Copy and paste: BeforeItemCopy, BeforeItemPaste(target), then a copy of
+    // each item arrives in the target (ItemAdd); the originals stay.
+    QList<std::shared_ptr<MemoryItem>>
+    userCopyPaste(const QList<std::shared_ptr<MemoryItem>>& items, MemoryFolder& target);
     // The Delete key: the items go to Deleted Items without an explorer event.
     void userDelete(const QList<std::shared_ptr<MemoryItem>>& items);
 
-    // The user closes the mail client.
-    void quit() { Quit.raise(); }
+    // The user closes the mail client: Quit, then the temporary controls go.
+    void quit();
 
     // Every item of every folder, for look-up by identifier.
     std::shared_ptr<MemoryItem> findItem(const QString& entryId) const;
@@ -100,6 +107,7 @@ private:
 
     int m_lastItemId = 0;
     int m_lastFolderId = 0;
+    QList<std::shared_ptr<MemoryFolder>> m_stores; // the first is the default store
     std::shared_ptr<MemoryFolder> m_store;
     std::shared_ptr<MemoryFolder> m_inbox;
     std::shared_ptr<MemoryFolder> m_sent;

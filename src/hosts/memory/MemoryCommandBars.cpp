@@ -27,7 +27,13 @@ ControlRef MemoryCommandBar::add(ControlType type, bool temporary) {
     return control;
 }
 
-std::shared_ptr<CommandBar> MemoryCommandBars::item(const QString& name) const {
+void MemoryCommandBar::removeTemporaryControls() {
+    m_controls.removeIf([](const ControlRef& control) {
+        return static_cast<const MemoryControl&>(*control).isTemporary();
+    });
+}
+
+std::shared_ptr<CommandBar> MemoryCommandBars::Item(const QString& name) const {
     return name == m_standard->name() ? m_standard : nullptr;
 }
 

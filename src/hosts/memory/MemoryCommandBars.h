@@ -19,7 +19,7 @@ public:
     void setStyle(int style) override { m_style = style; }
     void setFaceId(int faceId) override { m_faceId = faceId; }
     void deleteControl() override;
-    QList<ControlRef> controls() const override { return m_children; }
+    QList<ControlRef> Controls() const override { return m_children; }
     ControlRef add(ControlType type, bool temporary) override;
 
     bool isEnabled() const { return m_enabled; }
@@ -44,8 +44,10 @@ class MemoryCommandBar final : public CommandBar {
 public:
     explicit MemoryCommandBar(QString name) : m_name(std::move(name)) {}
     QString name() const override { return m_name; }
-    QList<ControlRef> controls() const override { return m_controls; }
+    QList<ControlRef> Controls() const override { return m_controls; }
     ControlRef add(ControlType type, bool temporary) override;
+    // What the host does when it closes.
+    void removeTemporaryControls();
 
 private:
     QString m_name;
@@ -55,7 +57,7 @@ private:
 // The bars of an explorer: only "Standard".
 class MemoryCommandBars final : public CommandBars {
 public:
-    std::shared_ptr<CommandBar> item(const QString& name) const override;
+    std::shared_ptr<CommandBar> Item(const QString& name) const override;
     MemoryCommandBar& standard() { return *m_standard; }
 
 private:

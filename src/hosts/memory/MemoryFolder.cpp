@@ -4,25 +4,25 @@
 
 namespace velmora::memory {
 
-MailItemRef MemoryItems::item(int index) const {
+MailItemRef MemoryItems::Item(int index) const {
     if (index < 1 || index > m_items.size())
         throw VbError(VbError::AutomationError, QStringLiteral("no item %1").arg(index));
     return m_items[index - 1];
 }
 
-MailItemRef MemoryItems::getFirst() {
+MailItemRef MemoryItems::GetFirst() {
     m_cursor = 0;
     return m_items.isEmpty() ? nullptr : m_items.first();
 }
 
-MailItemRef MemoryItems::getNext() {
+MailItemRef MemoryItems::GetNext() {
     if (m_cursor < 0)
         return nullptr;
     ++m_cursor;
     return m_cursor < m_items.size() ? m_items[m_cursor] : nullptr;
 }
 
-QList<FolderRef> MemoryFolder::folders() const {
+QList<FolderRef> MemoryFolder::Folders() const {
     QList<FolderRef> result;
     for (const auto& folder : m_subfolders)
         result.append(folder);
@@ -36,7 +36,7 @@ void MemoryFolder::addItem(const std::shared_ptr<MemoryItem>& item, bool notify)
         m_items.ItemAdd.raise(item);
 }
 
-void MemoryFolder::removeItem(const std::shared_ptr<MemoryItem>& item) {
+void MemoryFolder::takeItem(const std::shared_ptr<MemoryItem>& item) {
     const qsizetype at = m_items.m_items.indexOf(item);
     if (at < 0)
         return;
@@ -45,7 +45,6 @@ void MemoryFolder::removeItem(const std::shared_ptr<MemoryItem>& item) {
     if (at < m_items.m_cursor)
         --m_items.m_cursor;
     item->setFolder(nullptr);
-    m_items.ItemRemove.raise();
 }
 
 } // namespace velmora::memory

@@ -13,10 +13,10 @@ class MemoryFolder;
 
 class MemoryItems final : public HostItems {
 public:
-    int count() const override { return int(m_items.size()); }
-    MailItemRef item(int index) const override;
-    MailItemRef getFirst() override;
-    MailItemRef getNext() override;
+    int Count() const override { return int(m_items.size()); }
+    MailItemRef Item(int index) const override;
+    MailItemRef GetFirst() override;
+    MailItemRef GetNext() override;
 
     const QList<std::shared_ptr<MemoryItem>>& all() const { return m_items; }
 
@@ -33,11 +33,12 @@ public:
     MemoryFolder(QString name, QString entryId, FolderItemType type = FolderItemType::Mail)
         : m_name(std::move(name)), m_entryId(std::move(entryId)), m_type(type) {}
 
-    QString name() const override { return m_name; }
-    QString entryId() const override { return m_entryId; }
+    QString Name() const override { return m_name; }
+    int Class() const override { return kFolderClass; }
+    QString EntryID() const override { return m_entryId; }
     FolderItemType defaultItemType() const override { return m_type; }
-    HostItems& items() override { return m_items; }
-    QList<FolderRef> folders() const override;
+    HostItems& Items() override { return m_items; }
+    QList<FolderRef> Folders() const override;
 
     void addSubfolder(const std::shared_ptr<MemoryFolder>& folder) { m_subfolders.append(folder); }
     const QList<std::shared_ptr<MemoryFolder>>& subfolders() const { return m_subfolders; }
@@ -45,7 +46,10 @@ public:
 
     // `notify` false puts the item there without telling the subscribers.
     void addItem(const std::shared_ptr<MemoryItem>& item, bool notify = true);
-    void removeItem(const std::shared_ptr<MemoryItem>& item);
+    // Takes the item out of the folder without telling the subscribers.
+    void takeItem(const std::shared_ptr<MemoryItem>& item);
+    void raiseItemAdd(const std::shared_ptr<MemoryItem>& item) { m_items.ItemAdd.raise(item); }
+    void raiseItemRemove() { m_items.ItemRemove.raise(); }
 
 private:
     QString m_name;

@@ -37,6 +37,10 @@ std::shared_ptr<MemoryAttachment> MemoryItem::memoryAttachment(int index) const 
     return m_attachments[index - 1];
 }
 
+MessageContent MemoryItem::content() const {
+    return m_content;
+}
+
 void MemoryItem::save() {
     if (!m_folder)
         throw VbError(VbError::AutomationError, QStringLiteral("item %1 has gone").arg(m_entryId));
@@ -50,9 +54,14 @@ void MemoryItem::move(HostFolder& destination) {
     auto* target = dynamic_cast<MemoryFolder*>(&destination);
     if (!target)
         throw VbError(VbError::AutomationError, QStringLiteral("not a folder of this store"));
+    // As in the real client the move is complete before either folder tells
+    // its subscribers: first the source's ItemRemove, then the target's ItemAdd.
     const std::shared_ptr<MemoryItem> self = shared_from_this();
-    m_folder->removeItem(self);
-    target->addItem(self);
+    MemoryFolder* source = m_folder;
+    source->takeItem(self);
+    target->addItem(self, false);
+    source->raiseItemRemove();
+    target->raiseItemAdd(self);
 }
 
 } // namespace velmora::memory

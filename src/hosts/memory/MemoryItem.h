@@ -22,16 +22,16 @@ private:
     mutable int m_saveCount = 0;
 };
 
-// An item of the in-memory host. It belongs to at most one folder at a time;
-// moving it raises the source folder's ItemRemove and the destination's
-// ItemAdd, synchronously and in that order, before move() returns.
+// An item of the in-memory host. It belongs to one folder at a time; moving it
+// raises the source folder's ItemRemove and the destination's ItemAdd,
+// synchronously and in that order, once the move is complete.
 class MemoryItem final : public MailItemView, public std::enable_shared_from_this<MemoryItem> {
 public:
     MemoryItem(QString entryId, MessageContent content);
 
     int itemClass() const override { return m_content.itemClass; }
     QString typeName() const override { return m_content.typeName; }
-    QString entryId() const override { return m_entryId; }
+    QString EntryID() const override { return m_entryId; }
     QString senderEmailAddress() const override { return m_content.sender; }
     QString subject() const override { return m_content.subject; }
     void setSubject(const QString& subject) override { m_content.subject = subject; }
@@ -39,7 +39,7 @@ public:
     QString htmlBody() const override { return m_content.htmlBody; }
     int attachmentCount() const override { return int(m_attachments.size()); }
     std::shared_ptr<HostAttachment> attachment(int index) const override;
-    QStringList recipientAddresses() const override { return m_content.recipients; }
+    QStringList Recipients() const override { return m_content.recipients; }
     void save() override;
     void move(HostFolder& destination) override;
 
@@ -47,6 +47,8 @@ public:
     QString savedSubject() const { return m_savedSubject; }
     int saveCount() const { return m_saveCount; }
     MemoryFolder* folder() const { return m_folder; }
+    // What the item holds now, for making a copy of it.
+    MessageContent content() const;
     void setFolder(MemoryFolder* folder) { m_folder = folder; }
     std::shared_ptr<MemoryAttachment> memoryAttachment(int index) const;
 
