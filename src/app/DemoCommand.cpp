@@ -1,13 +1,13 @@
 #include "app/DemoCommand.h"
 
-#include "analysis/TextFeatures.h"
-#include "analysis/TextNormalisation.h"
-#include "analysis/TextSimilarity.h"
-#include "analysis/TrustedAddresses.h"
+#include "analysis/Classifier.h"
+#include "analysis/HeadlessToolWindow.h"
+#include "analysis/Learning.h"
 #include "app/DemoMessage.h"
-#include "base/VbString.h"
+#include "hosts/memory/MemoryApplication.h"
 #include "settings/Thresholds.h"
 #include "store/ListFile.h"
+#include "store/PicTableFile.h"
 #include "store/TxtTableFile.h"
 
 #include <QDir>
@@ -41,31 +41,122 @@ std::optional<DemoOptions> parseOptions(const QStringList& arguments, QTextStrea
     return options;
 }
 
-QStringList messageFiles(const QString& folder) {
-    QStringList paths;
-    const QDir dir(folder);
-    for (const QString& name : dir.entryList({QStringLiteral("*.txt")}, QDir::Files, QDir::Name))
-        paths.append(dir.filePath(name));
-    return paths;
+// The demo has its database, so nothing here is ever asked for.
+class DemoServices final : public FilterServices {
+public:
+    void showDatabasePrompt() override {}
+    void unloadDatabasePrompt() override {}
+    void showToolWindow() override {}
+    void buildDatabase() override {}
+};
+
+memory::MessageContent contentOf(const DemoMessage& message) {
+    memory::MessageContent content;
+    content.sender = message.sender;
+    content.subject = message.subject;
+    content.body = message.body;
+    if (!message.attachmentName.isEmpty())
+        content.attachments.append({message.attachmentName, QString(), message.attachment});
+    return content;
 }
 
-// The text record of a message, built as the filter builds it from a body.
-TxtRec textRecordOf(const DemoMessage& message) {
-    QString text = ToLower(message.body);
-    TxtRec rec = AnalyseText(text);
-    rec.Sender = vbLCase(message.sender);
-    if (!message.subject.contains(QStringLiteral("&#")))
-        rec.Subject = message.subject;
-    return rec;
-}
-
-QString firstRestrictedWord(const StringList& words, const QString& loweredText) {
-    for (const QString& entry : words) {
-        const QString word = vbLCase(entry.trimmed());
-        if (!word.isEmpty() && loweredText.contains(word))
-            return word;
+class Demo {
+public:
+    Demo(const DemoOptions& options, const QString& workRoot, QTextStream& out, QTextStream& err)
+        : m_options(options), m_out(out), m_err(err),
+          m_state(DataFolder(workRoot), m_toolBox, m_services) {
+        m_state.application = m_app;
     }
-    return {};
+
+    int run();
+
+private:
+    // The demo messages of one folder, in name order; unreadable ones are
+    // reported and left out.
+    QList<DemoMessage> messagesIn(const QString& folder);
+    int learn(const QString& folder, memory::MemoryFolder& into, std::int16_t isSpam);
+    void judge(const DemoMessage& message);
+
+    const DemoOptions& m_options;
+    QTextStream& m_out;
+    QTextStream& m_err;
+    HeadlessToolWindow m_toolBox;
+    DemoServices m_services;
+    FilterState m_state;
+    std::shared_ptr<memory::MemoryApplication> m_app =
+        std::make_shared<memory::MemoryApplication>();
+};
+
+QList<DemoMessage> Demo::messagesIn(const QString& folder) {
+    QList<DemoMessage> messages;
+    const QDir dir(QDir(m_options.demoDir).filePath(folder));
+    const QString pictures = QDir(m_options.demoDir).filePath(QStringLiteral("pictures"));
+    for (const QString& name : dir.entryList({QStringLiteral("*.txt")}, QDir::Files, QDir::Name)) {
+        QString error;
+        if (auto message = readDemoMessage(dir.filePath(name), pictures, error))
+            messages.append(*message);
+        else
+            m_err << "velmora demo: " << error << '\n';
+    }
+    return messages;
+}
+
+int Demo::learn(const QString& folder, memory::MemoryFolder& into, std::int16_t isSpam) {
+    const QList<DemoMessage> messages = messagesIn(folder);
+    for (const DemoMessage& message : messages) {
+        const auto item = m_app->place(into, contentOf(message));
+        LearnEmail(m_state, *item, isSpam);
+    }
+    return int(messages.size());
+}
+
+void Demo::judge(const DemoMessage& message) {
+    const auto item = m_app->place(m_app->inbox(), contentOf(message));
+    const bool spam = AnalyseEmail(m_state, *item) != kFalse;
+    if (spam)
+        item->move(m_app->junk());
+    m_out << message.fileName << "  from " << message.sender << "\n  "
+          << (spam ? "spam, moved to Junk E-mail" : "kept in the Inbox") << ": \""
+          << item->savedSubject() << "\"\n";
+}
+
+int Demo::run() {
+    SpamData& data = m_state.data;
+    if (!QDir().mkpath(data.folder.dataFolder())) {
+        m_err << "velmora demo: cannot create " << data.folder.dataFolder() << '\n';
+        return 1;
+    }
+    for (QStringView list : {kTrustedFile, kRestrictedFile}) {
+        QFile::remove(data.folder.dataFile(list));
+        QFile::copy(QDir(m_options.demoDir).filePath(list.toString()), data.folder.dataFile(list));
+    }
+    LoadARRAY(data.TrustedList, data.folder.dataFile(kTrustedFile));
+    LoadARRAY(data.RestrictedList, data.folder.dataFile(kRestrictedFile));
+
+    const int spam = learn(QStringLiteral("learn/spam"), m_app->junk(), kTrue);
+    const int good = learn(QStringLiteral("learn/good"),
+                           m_app->addFolder(m_app->store(), QStringLiteral("Friends")), kFalse);
+    WriteTxtTable(data);
+    WritePicTable(data);
+    ReadTxtTable(data);
+    ReadPicTable(data);
+
+    SettingsStore settings(
+        QDir(m_state.data.folder.workRoot()).filePath(QStringLiteral("velmora-demo.ini")));
+    writeDefaultSettings(settings);
+    m_state.thresholds = deriveThresholds(settings);
+
+    m_out << "Data folder: " << data.folder.dataFolder() << '\n'
+          << "Learnt " << spam << " spam and " << good << " good mails: " << kTxtDataFile
+          << " holds " << data.TxtTable.upperBound() << " records, " << kPicDataFile << " "
+          << data.PicTable.upperBound() << " (saved and read back)\n"
+          << "Trusted senders: " << data.TrustedList.upperBound()
+          << ", restricted words: " << data.RestrictedList.upperBound() << '\n'
+          << "Levels: picture " << m_state.thresholds.LevelP << " %, text "
+          << m_state.thresholds.LevelT << " %\n\n";
+    for (const DemoMessage& message : messagesIn(QStringLiteral("incoming")))
+        judge(message);
+    return 0;
 }
 
 } // namespace
@@ -75,91 +166,9 @@ int DemoCommand::run(const QStringList& arguments, QTextStream& out, QTextStream
     if (!options)
         return 2;
     QTemporaryDir temporary;
-    const QString workRoot = options->workRoot.isEmpty() ? temporary.path() : options->workRoot;
-    SpamData data{DataFolder(workRoot)};
-    if (!QDir().mkpath(data.folder.dataFolder())) {
-        err << "velmora demo: cannot create " << data.folder.dataFolder() << '\n';
-        return 1;
-    }
-    for (QStringView list : {kTrustedFile, kRestrictedFile}) {
-        QFile::remove(data.folder.dataFile(list));
-        QFile::copy(QDir(options->demoDir).filePath(list.toString()), data.folder.dataFile(list));
-    }
-    LoadARRAY(data.TrustedList, data.folder.dataFile(kTrustedFile));
-    LoadARRAY(data.RestrictedList, data.folder.dataFile(kRestrictedFile));
-
-    int learnt = 0;
-    for (const auto& [folder, spam] : {std::pair{QStringLiteral("learn/spam"), true},
-                                       std::pair{QStringLiteral("learn/good"), false}}) {
-        for (const QString& path : messageFiles(QDir(options->demoDir).filePath(folder))) {
-            QString error;
-            const std::optional<DemoMessage> message = readDemoMessage(path, error);
-            if (!message) {
-                err << "velmora demo: " << error << '\n';
-                continue;
-            }
-            TxtRec rec = textRecordOf(*message);
-            rec.Flag = toBool16(spam);
-            data.TxtTable.append(rec);
-            ++learnt;
-        }
-    }
-    WriteTxtTable(data);
-    ReadTxtTable(data);
-    const QString txtPath = data.folder.dataFile(kTxtDataFile);
-    out << "Data folder: " << data.folder.dataFolder() << '\n'
-        << "Learnt " << learnt << " example mails; " << kTxtDataFile << " holds "
-        << data.TxtTable.upperBound() << " records (" << QFileInfo(txtPath).size()
-        << " bytes) after a save and a reload.\n"
-        << "Trusted senders: " << data.TrustedList.upperBound()
-        << ", restricted words: " << data.RestrictedList.upperBound() << '\n';
-
-    // The levels a first-time user gets once the defaults are in place.
-    SettingsStore settings(QDir(workRoot).filePath(QStringLiteral("velmora-demo.ini")));
-    writeDefaultSettings(settings);
-    const Thresholds thresholds = deriveThresholds(settings);
-    out << "Text threshold: " << thresholds.LevelT << " %\n\n";
-
-    for (const QString& path :
-         messageFiles(QDir(options->demoDir).filePath(QStringLiteral("incoming")))) {
-        QString error;
-        const std::optional<DemoMessage> message = readDemoMessage(path, error);
-        if (!message) {
-            err << "velmora demo: " << error << '\n';
-            continue;
-        }
-        out << message->fileName << "  from " << message->sender << "  \"" << message->subject
-            << "\"\n  ";
-        if (SearchinTrust(data.TrustedList, vbLCase(message->sender)) > 0) {
-            out << "trusted sender: left alone\n";
-            continue;
-        }
-        const QString word = firstRestrictedWord(data.RestrictedList, ToLower(message->body));
-        if (!word.isEmpty()) {
-            out << "restricted word \"" << word << "\": spam\n";
-            continue;
-        }
-        const TxtRec candidate = textRecordOf(*message);
-        float best = 0;
-        int bestAt = 0;
-        for (int i = 1; i <= data.TxtTable.upperBound(); ++i) {
-            const float score = comparetxt(data.TxtTable[i], candidate);
-            if (score > best) {
-                best = score;
-                bestAt = i;
-            }
-        }
-        const bool hit = bestAt > 0 && best >= thresholds.LevelT;
-        out << "best text score " << best << " %";
-        if (bestAt > 0) {
-            const TxtRec& nearest = data.TxtTable[bestAt];
-            out << " (" << (nearest.Flag ? "spam" : "good") << " example from " << nearest.Sender
-                << ")";
-        }
-        out << ": " << (hit ? (data.TxtTable[bestAt].Flag ? "spam" : "like good mail") : "not spam")
-            << '\n';
-    }
-    return 0;
+    Demo demo(*options, options->workRoot.isEmpty() ? temporary.path() : options->workRoot, out,
+              err);
+    return demo.run();
 }
 
 } // namespace velmora

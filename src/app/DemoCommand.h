@@ -4,14 +4,15 @@
 
 namespace velmora {
 
-// `velmora demo`: learns the bundled example mail into a fresh data folder,
-// saves and reloads the text table, then scores the bundled incoming mail the
-// way the filter's text stage does and prints what it finds.
+// `velmora demo`: puts the bundled example mail into an in-memory mail client,
+// learns the spam and the good examples into a fresh data folder, saves and
+// reloads the data files, then lets the bundled new mail arrive in the Inbox
+// and judges each message as the filter does, moving spam to Junk.
 class DemoCommand final : public Command {
 public:
     QString name() const override { return QStringLiteral("demo"); }
     QString summary() const override {
-        return QStringLiteral("learn the bundled example mail and score new mail against it");
+        return QStringLiteral("learn the bundled example mail and judge new mail with it");
     }
     int run(const QStringList& arguments, QTextStream& out, QTextStream& err) override;
 };

@@ -5,7 +5,8 @@
 
 namespace velmora {
 
-std::optional<DemoMessage> readDemoMessage(const QString& path, QString& error) {
+std::optional<DemoMessage> readDemoMessage(const QString& path, const QString& picturesFolder,
+                                           QString& error) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         error = QStringLiteral("%1: %2").arg(path, file.errorString());
@@ -24,6 +25,17 @@ std::optional<DemoMessage> readDemoMessage(const QString& path, QString& error) 
             message.sender = line.mid(5).trimmed();
         else if (line.startsWith(QStringLiteral("Subject:")))
             message.subject = line.mid(8).trimmed();
+        else if (line.startsWith(QStringLiteral("Attachment:")))
+            message.attachmentName = line.mid(11).trimmed();
+    }
+    if (!message.attachmentName.isEmpty()) {
+        QFile picture(picturesFolder + QLatin1Char('/') + message.attachmentName);
+        if (!picture.open(QIODevice::ReadOnly)) {
+            error = QStringLiteral("%1: attachment %2: %3")
+                        .arg(path, picture.fileName(), picture.errorString());
+            return std::nullopt;
+        }
+        message.attachment = picture.readAll();
     }
     message.body = text.mid(blank + 2);
     message.body.replace(QLatin1Char('\n'), QStringLiteral("\r\n"));

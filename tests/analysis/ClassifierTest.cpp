@@ -334,4 +334,12 @@ TEST(AnalyseEmail, HostFailuresEndWithAFalseVerdict) {
     EXPECT_EQ(outcome.verdict, kFalse);
     EXPECT_EQ(outcome.subject, QStringLiteral("{S:5%}"));
     EXPECT_EQ(outcome.saves, 0);
+
+    // A save the host refuses: no verdict and nothing learnt.
+    const int records = f.data().TxtTable.upperBound();
+    const auto refusing = f.app->place(
+        f.app->inbox(), mail(QStringLiteral("n2@x.example"), QStringLiteral("S"), kSpamBody));
+    refusing->setFailing(MemoryItem::Operation::Save);
+    EXPECT_EQ(judge(f, refusing).verdict, kFalse);
+    EXPECT_EQ(f.data().TxtTable.upperBound(), records);
 }

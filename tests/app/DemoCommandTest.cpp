@@ -25,7 +25,7 @@ CommandRun runVelmora(const QStringList& arguments) {
 
 } // namespace
 
-TEST(DemoCommand, LearnsTheExamplesAndScoresTheIncomingMail) {
+TEST(DemoCommand, LearnsTheExamplesAndJudgesTheIncomingMail) {
     TempFolder root;
     const CommandRun run =
         runVelmora({QStringLiteral("demo"), QStringLiteral("--work-root"), root.path()});
@@ -33,23 +33,23 @@ TEST(DemoCommand, LearnsTheExamplesAndScoresTheIncomingMail) {
     EXPECT_EQ(run.err, QString());
     QString out = run.out;
     out.replace(root.path(), QStringLiteral("<root>/"));
-    EXPECT_EQ(
-        out, QStringLiteral(
-                 "Data folder: <root>/spamdata/\n"
-                 "Learnt 5 example mails; txtdata.dat holds 5 records (750 bytes) after a save and "
-                 "a reload.\n"
-                 "Trusted senders: 2, restricted words: 2\n"
-                 "Text threshold: 94 %\n"
-                 "\n"
-                 "01-pills-again.txt  from sales@pharma-deals.example  \"Your discreet order\"\n"
-                 "  best text score 99.03 % (spam example from offers@pharma-deals.example): spam\n"
-                 "02-colleague.txt  from anna.berg@work.example  \"Budget sheet\"\n"
-                 "  trusted sender: left alone\n"
-                 "03-casino.txt  from vip@lucky-spins.example  \"200 free spins waiting\"\n"
-                 "  restricted word \"casino\": spam\n"
-                 "04-newsletter.txt  from news@library.example  \"New books this month\"\n"
-                 "  best text score 95.02 % (good example from anna.berg@work.example): like good "
-                 "mail\n"))
+    EXPECT_EQ(out,
+              QStringLiteral("Data folder: <root>/spamdata/\n"
+                             "Learnt 4 spam and 2 good mails: txtdata.dat holds 5 records, "
+                             "picdata.dat 1 (saved and read back)\n"
+                             "Trusted senders: 2, restricted words: 2\n"
+                             "Levels: picture 86 %, text 94 %\n"
+                             "\n"
+                             "01-pills-again.txt  from sales@pharma-deals.example\n"
+                             "  spam, moved to Junk E-mail: \"{S:99%} Your discreet order\"\n"
+                             "02-colleague.txt  from anna.berg@work.example\n"
+                             "  kept in the Inbox: \"Budget sheet\"\n"
+                             "03-casino.txt  from vip@lucky-spins.example\n"
+                             "  spam, moved to Junk E-mail: \"{RESTR} 200 free spins waiting\"\n"
+                             "04-newsletter.txt  from news@library.example\n"
+                             "  kept in the Inbox: \"New books this month\"\n"
+                             "05-sale-again.txt  from news@mega-sale.example\n"
+                             "  spam, moved to Junk E-mail: \"{S:109%} Last days of the sale\"\n"))
         << out.toStdString();
     EXPECT_TRUE(QFile::exists(root.file(QStringLiteral("spamdata/txtdata.dat"))));
 }
@@ -67,4 +67,18 @@ TEST(CommandLine, UnknownCommandsAndNoCommandShowUsage) {
     EXPECT_TRUE(run.out.startsWith(QStringLiteral("usage: velmora <command>")));
     run = runVelmora({QStringLiteral("demo"), QStringLiteral("--bogus")});
     EXPECT_EQ(run.code, 2);
+}
+
+TEST(DemoCommand, UnreadableMessagesAreReportedByName) {
+    TempFolder demo;
+    demo.writeBytes(QStringLiteral("incoming/broken.txt"), "From: a@x\nno blank line");
+    demo.writeBytes(QStringLiteral("incoming/lost.txt"),
+                    "From: a@x\nAttachment: gone.png\n\nbody\n");
+    TempFolder root;
+    const CommandRun run = runVelmora({QStringLiteral("demo"), QStringLiteral("--demo-dir"),
+                                       demo.path(), QStringLiteral("--work-root"), root.path()});
+    EXPECT_EQ(run.code, 0);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("broken.txt: no blank line after the headers")))
+        << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains(QStringLiteral("lost.txt: attachment")));
 }

@@ -41,7 +41,13 @@ MessageContent MemoryItem::content() const {
     return m_content;
 }
 
+void MemoryItem::setFailing(Operation operation, bool failing) {
+    (operation == Operation::Save ? m_saveFails : m_moveFails) = failing;
+}
+
 void MemoryItem::save() {
+    if (m_saveFails)
+        throw VbError(VbError::AutomationError, QStringLiteral("cannot save %1").arg(m_entryId));
     if (!m_folder)
         throw VbError(VbError::AutomationError, QStringLiteral("item %1 has gone").arg(m_entryId));
     m_savedSubject = m_content.subject;
@@ -49,6 +55,8 @@ void MemoryItem::save() {
 }
 
 void MemoryItem::move(HostFolder& destination) {
+    if (m_moveFails)
+        throw VbError(VbError::AutomationError, QStringLiteral("cannot move %1").arg(m_entryId));
     if (!m_folder)
         throw VbError(VbError::AutomationError, QStringLiteral("item %1 has gone").arg(m_entryId));
     auto* target = dynamic_cast<MemoryFolder*>(&destination);

@@ -47,6 +47,10 @@ public:
     QString savedSubject() const { return m_savedSubject; }
     int saveCount() const { return m_saveCount; }
     MemoryFolder* folder() const { return m_folder; }
+    // Makes save() or move() fail from now on, as a host call can.
+    enum class Operation { Save, Move };
+    void setFailing(Operation operation, bool failing = true);
+
     // What the item holds now, for making a copy of it.
     MessageContent content() const;
     void setFolder(MemoryFolder* folder) { m_folder = folder; }
@@ -59,6 +63,8 @@ private:
     QString m_savedSubject;
     int m_saveCount = 0;
     MemoryFolder* m_folder = nullptr;
+    bool m_saveFails = false;
+    bool m_moveFails = false;
 };
 
 } // namespace velmora::memory
