@@ -43,10 +43,7 @@ void insertBySender(Table& table, Bool16& changed, const Record& record, IsDupli
         });
     if (place == 0)
         return;
-    if (place > table.upperBound())
-        table.append(record);
-    else
-        table.insertAt(place, record);
+    table.insertAt(place, record);
     changed = kTrue;
 }
 

@@ -50,11 +50,7 @@ void AddMailAddr(StringList& trustedList, QString address) {
             address, [&] { return trustedList.upperBound(); },
             [&](int i) -> const QString& { return trustedList[i]; },
             [](int) { return FullMatch::Stop; });
-        if (place == 0)
-            return;
-        if (place > trustedList.upperBound())
-            trustedList.append(address);
-        else
+        if (place != 0)
             trustedList.insertAt(place, address);
     } catch (const VbError& error) {
         showMessage(QStringLiteral("AddMailAddr: ") + error.description() +

@@ -31,7 +31,7 @@ public:
     void append(T value) { m_slots.push_back(std::move(value)); }
 
     // Grows by one slot, moves the entries from `index` to the old last one up
-    // by one place and stores `value` at `index` (1 <= index <= upper bound + 1).
+    // by one place and stores `value` at `index` (1 or more).
     void insertAt(int index, T value) { m_slots.insert(m_slots.begin() + index, std::move(value)); }
 
     void reserve(int entries) { m_slots.reserve(static_cast<std::size_t>(entries) + 1); }
