@@ -4,6 +4,7 @@
 
 #include "analysis/Classifier.h"
 #include "analysis/HeadlessToolWindow.h"
+#include "analysis/PromptDialogs.h"
 #include "hosts/memory/MemoryApplication.h"
 
 #include <QBuffer>
@@ -19,8 +20,6 @@ using namespace velmora;
 
 class NoServices final : public FilterServices {
 public:
-    void showDatabasePrompt() override {}
-    void unloadDatabasePrompt() override {}
     void showToolWindow() override {}
     void buildDatabase() override {}
 };
@@ -29,7 +28,8 @@ struct ClassifyingFilter {
     QTemporaryDir dir;
     HeadlessToolWindow toolBox;
     NoServices services;
-    FilterState state{DataFolder(dir.path()), toolBox, services};
+    HeadlessPromptAnswerer prompts{HeadlessPromptAnswerer::Answer::Close};
+    FilterState state{DataFolder(dir.path()), toolBox, services, prompts};
     memory::MemoryApplication app;
 
     ClassifyingFilter() {

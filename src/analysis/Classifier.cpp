@@ -147,10 +147,7 @@ Bool16 AnalyseEmail(FilterState& state, MailItemView& item) {
         if (state.flags.DatabaseBuilding != kFalse)
             return kFalse;
         if (state.data.DatabaseMissing != kFalse) {
-            const bool accepted = waitForPromptAnswer(
-                state.flags, [&] { state.services.showDatabasePrompt(); },
-                [&] { state.services.unloadDatabasePrompt(); });
-            if (accepted) {
+            if (askToBuildDatabase(state.flags, state.prompts)) {
                 state.data.DatabaseMissing = kFalse;
                 state.services.showToolWindow();
                 state.services.buildDatabase();

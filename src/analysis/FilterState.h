@@ -10,16 +10,12 @@
 
 namespace velmora {
 
-// What the engine asks of the add-in and its windows: the prompt that offers
-// to build the database, the tool window, and the database build itself.
+class PromptDialogs;
+
+// What the engine asks of the add-in: the tool window and the database build.
 class FilterServices {
 public:
     virtual ~FilterServices() = default;
-    // Shows the prompt that says the database has not been created, without
-    // blocking. Its answer arrives later, through the host's event loop, by a
-    // button setting PromptAccepted or PromptClosed.
-    virtual void showDatabasePrompt() = 0;
-    virtual void unloadDatabasePrompt() = 0;
     // Prepares the tool window from the settings and shows it.
     virtual void showToolWindow() = 0;
     // Builds the database from the mail folders, to its end.
@@ -47,8 +43,9 @@ struct PictureAttachmentState {
 // The whole state of one running filter: its learnt data, its thresholds, its
 // flags, and the window and services it works with. The add-in owns one.
 struct FilterState {
-    FilterState(const DataFolder& folder, ToolWindowView& toolBox, FilterServices& services)
-        : data(folder), toolBox(toolBox), services(services) {}
+    FilterState(const DataFolder& folder, ToolWindowView& toolBox, FilterServices& services,
+                PromptDialogs& prompts)
+        : data(folder), toolBox(toolBox), services(services), prompts(prompts) {}
 
     SpamData data;
     Thresholds thresholds;
@@ -56,6 +53,7 @@ struct FilterState {
     PictureAttachmentState picture;
     ToolWindowView& toolBox;
     FilterServices& services;
+    PromptDialogs& prompts;
     // The mail client, once the add-in is connected.
     std::shared_ptr<HostApplication> application;
 };

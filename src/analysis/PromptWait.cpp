@@ -15,4 +15,15 @@ bool waitForPromptAnswer(FilterFlags& flags, const std::function<void()>& show,
     return flags.PromptAccepted != kFalse;
 }
 
+bool askToBuildDatabase(FilterFlags& flags, PromptDialogs& prompts) {
+    return waitForPromptAnswer(
+        flags, [&] { prompts.showDatabasePrompt(); }, [&] { prompts.unloadDatabasePrompt(); });
+}
+
+void askAboutAddressConflict(FilterFlags& flags, PromptDialogs& prompts, const QString& address) {
+    waitForPromptAnswer(
+        flags, [&] { prompts.showAddressConflict(address); },
+        [&] { prompts.unloadAddressConflict(); });
+}
+
 } // namespace velmora

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "analysis/FilterState.h"
+#include "analysis/PromptDialogs.h"
 
 #include <functional>
 
@@ -12,5 +13,13 @@ namespace velmora {
 // events may run (and open the same prompt again) while it waits.
 bool waitForPromptAnswer(FilterFlags& flags, const std::function<void()>& show,
                          const std::function<void()>& unload);
+
+// The prompt that offers to build the missing database; true when accepted.
+bool askToBuildDatabase(FilterFlags& flags, PromptDialogs& prompts);
+
+// The prompt about a sender that is both junk and trusted. Both answer flags
+// may be set when it returns (both buttons were clicked before the wait saw
+// either); the caller acts on each.
+void askAboutAddressConflict(FilterFlags& flags, PromptDialogs& prompts, const QString& address);
 
 } // namespace velmora

@@ -3,6 +3,7 @@
 #include "analysis/Classifier.h"
 #include "analysis/HeadlessToolWindow.h"
 #include "analysis/Learning.h"
+#include "analysis/PromptDialogs.h"
 #include "app/DemoMessage.h"
 #include "hosts/memory/MemoryApplication.h"
 #include "settings/Thresholds.h"
@@ -44,8 +45,6 @@ std::optional<DemoOptions> parseOptions(const QStringList& arguments, QTextStrea
 // The demo has its database, so nothing here is ever asked for.
 class DemoServices final : public FilterServices {
 public:
-    void showDatabasePrompt() override {}
-    void unloadDatabasePrompt() override {}
     void showToolWindow() override {}
     void buildDatabase() override {}
 };
@@ -64,7 +63,7 @@ class Demo {
 public:
     Demo(const DemoOptions& options, const QString& workRoot, QTextStream& out, QTextStream& err)
         : m_options(options), m_out(out), m_err(err),
-          m_state(DataFolder(workRoot), m_toolBox, m_services) {
+          m_state(DataFolder(workRoot), m_toolBox, m_services, m_prompts) {
         m_state.application = m_app;
     }
 
@@ -82,6 +81,7 @@ private:
     QTextStream& m_err;
     HeadlessToolWindow m_toolBox;
     DemoServices m_services;
+    HeadlessPromptAnswerer m_prompts{HeadlessPromptAnswerer::Answer::Close};
     FilterState m_state;
     std::shared_ptr<memory::MemoryApplication> m_app =
         std::make_shared<memory::MemoryApplication>();

@@ -98,16 +98,18 @@ TEST(AnalyseEmail, MissingDatabaseOffersTheBuildAndJudgesNothing) {
     const auto item =
         f.app->place(f.app->inbox(), mail(QStringLiteral("a@x"), QStringLiteral("Hi"), kSpamBody));
     EXPECT_EQ(judge(f, item).verdict, kFalse);
-    EXPECT_EQ(f.services.calls,
-              (QStringList{QStringLiteral("show prompt"), QStringLiteral("unload prompt")}));
+    const QStringList prompt = {QStringLiteral("database prompt"),
+                                QStringLiteral("unload database prompt")};
+    EXPECT_EQ(f.prompts.shown, prompt);
+    EXPECT_EQ(f.services.calls, QStringList());
     EXPECT_EQ(f.data().DatabaseMissing, kTrue);
 
-    f.services.calls.clear();
-    f.services.answer = RecordingServices::Answer::Accept;
+    f.prompts.shown.clear();
+    f.prompts.answer = HeadlessPromptAnswerer::Answer::Accept;
     EXPECT_EQ(judge(f, item).verdict, kFalse);
+    EXPECT_EQ(f.prompts.shown, prompt);
     EXPECT_EQ(f.services.calls,
-              (QStringList{QStringLiteral("show prompt"), QStringLiteral("unload prompt"),
-                           QStringLiteral("show tool window"), QStringLiteral("build database")}));
+              (QStringList{QStringLiteral("show tool window"), QStringLiteral("build database")}));
     EXPECT_EQ(f.data().DatabaseMissing, kFalse);
     EXPECT_EQ(item->saveCount(), 0);
 }

@@ -2,27 +2,14 @@
 
 #include <QBuffer>
 #include <QDir>
-#include <QTimer>
 
 namespace velmora::test {
-
-void RecordingServices::showDatabasePrompt() {
-    calls.append(QStringLiteral("show prompt"));
-    const Answer given = answer;
-    FilterFlags* target = flags;
-    QTimer::singleShot(0, [target, given] {
-        if (given == Answer::Accept)
-            target->PromptAccepted = kTrue;
-        else
-            target->PromptClosed = kTrue;
-    });
-}
 
 FilterFixture::FilterFixture() {
     const DataFolder folder(root.path());
     QDir().mkpath(folder.dataFolder());
-    state = std::make_unique<FilterState>(folder, toolBox, services);
-    services.flags = &state->flags;
+    state = std::make_unique<FilterState>(folder, toolBox, services, prompts);
+    prompts.answerInto(state->flags);
     state->application = app;
     state->thresholds.LevelP = 86;
     state->thresholds.LevelT = 94;

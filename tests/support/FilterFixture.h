@@ -2,6 +2,7 @@
 
 #include "analysis/FilterState.h"
 #include "analysis/HeadlessToolWindow.h"
+#include "analysis/PromptDialogs.h"
 #include "hosts/memory/MemoryApplication.h"
 #include "support/TestSupport.h"
 
@@ -9,20 +10,13 @@
 
 namespace velmora::test {
 
-// Services that record what the engine asked for. The database prompt is
-// answered through the event loop, as a user's click would be.
+// Services that record what the engine asked for.
 class RecordingServices final : public FilterServices {
 public:
-    enum class Answer { Accept, Close };
-
-    void showDatabasePrompt() override;
-    void unloadDatabasePrompt() override { calls.append(QStringLiteral("unload prompt")); }
     void showToolWindow() override { calls.append(QStringLiteral("show tool window")); }
     void buildDatabase() override { calls.append(QStringLiteral("build database")); }
 
-    Answer answer = Answer::Close;
     QStringList calls;
-    FilterFlags* flags = nullptr; // where the prompt's buttons write
 };
 
 // A running filter on an in-memory mail client, with its data folder in a
@@ -36,6 +30,8 @@ struct FilterFixture {
     std::shared_ptr<memory::MemoryApplication> app = std::make_shared<memory::MemoryApplication>();
     HeadlessToolWindow toolBox;
     RecordingServices services;
+    // Declines by default; set its answer to accept.
+    HeadlessPromptAnswerer prompts{HeadlessPromptAnswerer::Answer::Close};
     std::unique_ptr<FilterState> state;
 
     SpamData& data() { return state->data; }

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "analysis/FilterState.h"
+
+#include <QString>
+#include <QStringList>
+
+namespace velmora {
+
+// The two prompts: whether to build the missing database ("Velmora"), and
+// whether a sender found both among the junk and the trusted addresses is to
+// be trusted ("Email address conflict"). Showing one does not block: its
+// answer comes later, through the host's event loop, as one button setting
+// PromptAccepted (OK, TRUST) or PromptClosed (Cancel, JUNK). Closing a prompt
+// by its frame is no answer.
+class PromptDialogs {
+public:
+    virtual ~PromptDialogs() = default;
+    virtual void showDatabasePrompt() = 0;
+    virtual void unloadDatabasePrompt() = 0;
+    virtual void showAddressConflict(const QString& address) = 0;
+    virtual void unloadAddressConflict() = 0;
+};
+
+// Answers every prompt the same way, through the event loop, as a user would;
+// for daemons and tests. Records what it was shown.
+class HeadlessPromptAnswerer final : public PromptDialogs {
+public:
+    enum class Answer { Accept, Close, Never };
+
+    explicit HeadlessPromptAnswerer(Answer answer) : answer(answer) {}
+    // Where the answers go: the flags of the filter that asks.
+    void answerInto(FilterFlags& flags) { m_flags = &flags; }
+
+    void showDatabasePrompt() override;
+    void unloadDatabasePrompt() override { shown.append(QStringLiteral("unload database prompt")); }
+    void showAddressConflict(const QString& address) override;
+    void unloadAddressConflict() override {
+        shown.append(QStringLiteral("unload conflict prompt"));
+    }
+
+private:
+    void answerLater();
+    FilterFlags* m_flags = nullptr;
+
+public:
+    Answer answer;
+    QStringList shown;
+};
+
+} // namespace velmora
