@@ -5,7 +5,8 @@ set -euo pipefail
 
 packages=(
   g++ cmake ninja-build pkg-config
-  qt6-base-dev qt6-base-dev-tools qt6-image-formats-plugins
+  qt6-base-dev qt6-base-dev-tools qt6-image-formats-plugins qt6-qpa-plugins
+  xvfb xauth
   libgmime-3.0-dev
   libgtest-dev libgmock-dev libbenchmark-dev
 )

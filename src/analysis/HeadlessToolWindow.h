@@ -8,14 +8,14 @@ namespace velmora {
 class ImagePictureBox final : public PictureBox {
 public:
     static constexpr int kDesignSize = 150;
-    // The box's background shows where a picture is transparent.
-    static constexpr QRgb kBackground = 0xFFF0F0F0;
 
     int width() const override { return m_width; }
     int height() const override { return m_height; }
     void setWidth(int width) override { m_width = width; }
     void setHeight(int height) override { m_height = height; }
-    void drawStretched(const QImage& picture) override;
+    void drawStretched(const QImage& picture) override {
+        m_pixels = stretchedDrawing(picture, m_width, m_height);
+    }
     const QImage& pixels() const override { return m_pixels; }
     void clearPicture() override { m_pixels = QImage(); }
 

@@ -27,6 +27,14 @@ public:
     virtual void clearPicture() = 0;
 };
 
+// The box's background shows where a picture is transparent.
+inline constexpr QRgb kPictureBoxBackground = 0xFFF0F0F0;
+
+// `picture` stretched over a surface of width x height pixels, from its
+// top-left corner, by plain pixel stretching (no smoothing), as the picture
+// box has always drawn; a null image for an empty surface.
+QImage stretchedDrawing(const QImage& picture, int width, int height);
+
 // The few controls of the tool window that the engine writes to or reads.
 // A Qt window implements it, and HeadlessToolWindow stands in for it where no
 // window is shown.

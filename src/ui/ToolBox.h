@@ -1,0 +1,89 @@
+#pragma once
+
+#include "analysis/FilterState.h"
+#include "settings/SettingsStore.h"
+
+#include <QWidget>
+
+class QCheckBox;
+class QLabel;
+class QPlainTextEdit;
+class QProgressBar;
+class QPushButton;
+class QSlider;
+
+namespace velmora {
+
+class PictureBoxWidget;
+
+// What the tool window's buttons start; the add-in provides them.
+class ToolBoxActions {
+public:
+    virtual ~ToolBoxActions() = default;
+    // "Analyse Folders": builds the database from the mail folders.
+    virtual void analyseFolders() = 0;
+    // "MoveSpam in Sel.Folder": sweeps the folder open in the mail client.
+    virtual void moveSpamInSelectedFolder() = 0;
+    // "Help": opens the help viewer or brings it to the front.
+    virtual void openHelp() = 0;
+};
+
+// "Velmora - <major>.<minor>.<revision>", each number in plain decimal.
+QString toolBoxCaption(int major, int minor, int revision);
+// The caption for this build's version.
+QString toolBoxCaption();
+
+// The add-in's working window: the two sensitivity levels, the switch that
+// turns text analysis off, the restricted words, the buttons that build the
+// database and sweep a folder, and the progress of what runs. The engine
+// writes its status and the picture under analysis into it. Controls carry
+// the object names the rest of the system knows them by (TrackBar1, spareL,
+// Picture1, ...).
+class ToolBox final : public QWidget, public ToolWindowView {
+public:
+    ToolBox(FilterState& state, SettingsStore& settings, ToolBoxActions& actions,
+            QWidget* parent = nullptr);
+
+    // Fills the controls from the settings and the restricted list, sets the
+    // caption and shows the window without blocking (the add-in's Show).
+    void prepareAndShow();
+
+    // ToolWindowView
+    QString statusText() const override { return m_status; }
+    void setStatusText(const QString& text) override;
+    void setCounterText(const QString& text) override;
+    void setProgress(int percent) override;
+    PictureBox& pictureBox() override;
+    bool textAnalysisSwitchedOff() const override;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void pictureLevelChanged(int value);
+    void textLevelChanged(int value);
+    void textSwitchClicked();
+    void restrictedWordsChanged();
+    void analyseFolders();
+
+    FilterState& m_state;
+    SettingsStore& m_settings;
+    ToolBoxActions& m_actions;
+    QString m_status;
+
+    QSlider* m_trackBar1;
+    QLabel* m_label4;
+    QSlider* m_trackBar2;
+    QLabel* m_label3;
+    QCheckBox* m_checkBox1;
+    QPlainTextEdit* m_textBox1;
+    QPushButton* m_button4;
+    QPushButton* m_button3;
+    QPushButton* m_command1;
+    QProgressBar* m_progressBar1;
+    QLabel* m_spareL;
+    QLabel* m_label5;
+    PictureBoxWidget* m_picture1;
+};
+
+} // namespace velmora
