@@ -83,6 +83,18 @@ void SettingsStore::WriteSetting(const QString& value, short number) {
         showMessage(QStringLiteral("Error: can't write registry"));
 }
 
+void SettingsStore::saveAppSetting(const QString& section, const QString& key,
+                                   const QString& value) {
+    QSettings settings(m_iniFile, QSettings::IniFormat);
+    settings.setValue(QStringLiteral("Velmora/") + section + QLatin1Char('/') + key, value);
+    settings.sync();
+}
+
+QString SettingsStore::appSetting(const QString& section, const QString& key) const {
+    QSettings settings(m_iniFile, QSettings::IniFormat);
+    return settings.value(QStringLiteral("Velmora/") + section + QLatin1Char('/') + key).toString();
+}
+
 bool SettingsStore::setString(const QString& name, const QString& value) {
     QSettings settings(m_iniFile, QSettings::IniFormat);
     if (!settings.isWritable())

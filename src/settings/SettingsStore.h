@@ -29,6 +29,12 @@ public:
     // returns; nothing is retried.
     void WriteSetting(const QString& value, short number);
 
+    // The add-in's own per-user application settings ("Settings",
+    // "DisplayOnConnect"), kept apart from the filter's three values. Errors
+    // are ignored.
+    void saveAppSetting(const QString& section, const QString& key, const QString& value);
+    QString appSetting(const QString& section, const QString& key) const;
+
     const QString& fileName() const { return m_iniFile; }
 
 private:

@@ -34,6 +34,12 @@ public:
     // by one place and stores `value` at `index` (1 or more).
     void insertAt(int index, T value) { m_slots.insert(m_slots.begin() + index, std::move(value)); }
 
+    // Shrinks by one slot, dropping the last entry (never the placeholder).
+    void removeLast() {
+        if (m_slots.size() > 1)
+            m_slots.pop_back();
+    }
+
     void reserve(int entries) { m_slots.reserve(static_cast<std::size_t>(entries) + 1); }
 
     // The entries, slot 1 to the upper bound.

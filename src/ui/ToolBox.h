@@ -1,5 +1,6 @@
 #pragma once
 
+#include "addin/AddinWindows.h"
 #include "analysis/FilterState.h"
 #include "settings/SettingsStore.h"
 
@@ -15,18 +16,6 @@ class QSlider;
 namespace velmora {
 
 class PictureBoxWidget;
-
-// What the tool window's buttons start; the add-in provides them.
-class ToolBoxActions {
-public:
-    virtual ~ToolBoxActions() = default;
-    // "Analyse Folders": builds the database from the mail folders.
-    virtual void analyseFolders() = 0;
-    // "MoveSpam in Sel.Folder": sweeps the folder open in the mail client.
-    virtual void moveSpamInSelectedFolder() = 0;
-    // "Help": opens the help viewer or brings it to the front.
-    virtual void openHelp() = 0;
-};
 
 // "Velmora - <major>.<minor>.<revision>", each number in plain decimal.
 QString toolBoxCaption(int major, int minor, int revision);

@@ -1,0 +1,66 @@
+// The application's mail events and the explorer guards.
+#include "addin/Connect.h"
+
+#include "analysis/Classifier.h"
+#include "analysis/PromptWait.h"
+#include "analysis/TrustedAddresses.h"
+#include "base/VbError.h"
+#include "settings/Thresholds.h"
+#include "store/ListFile.h"
+
+namespace velmora {
+
+bool Connect::databasePromptLetsHandlerGoOn() {
+    if (m_state.data.DatabaseMissing == kFalse)
+        return true;
+    writeDefaultSettings(m_settings);
+    if (!askToBuildDatabase(m_state.flags, m_state.prompts))
+        return false;
+    m_state.data.DatabaseMissing = kFalse;
+    Show();
+    collect_emails();
+    return true;
+}
+
+void Connect::m_olOutlook_NewMailEx(const QString& entryIdCollection) {
+    if (!databasePromptLetsHandlerGoOn())
+        return;
+    // No trap of its own: a failure ends the handler, and the identifiers
+    // after it wait for the next event.
+    try {
+        for (const QString& id : entryIdCollection.split(QLatin1Char(','))) {
+            const MailItemRef item = MapiNamespace->GetItemFromID(id);
+            if (item->itemClass() != kMailItemClass)
+                continue;
+            CurrentMail = item;
+            m_state.flags.SelfMoving = kTrue;
+            if (AnalyseEmail(m_state, *CurrentMail) != kFalse)
+                CurrentMail->move(*JunkFolder);
+            CurrentMail.reset();
+            m_state.flags.SelfMoving = kFalse;
+        }
+    } catch (const VbError&) {
+        CurrentMail.reset();
+    }
+}
+
+void Connect::m_olOutlook_ItemSend(const MailItemRef& item) {
+    if (!databasePromptLetsHandlerGoOn())
+        return;
+    CurrentMail = item;
+    try {
+        for (const QString& address : CurrentMail->Recipients())
+            AddMailAddr(m_state.data.TrustedList, address);
+    } catch (const VbError&) {
+        // The send goes on whatever happens here.
+    }
+    WriteARRAY(m_state.data.TrustedList, m_state.data.folder.dataFile(kTrustedFile));
+    CurrentMail.reset();
+}
+
+void Connect::rememberSelection() {
+    ActiveSelection = m_olExplorer.object->Selection();
+    SelectionCount = static_cast<std::int32_t>(ActiveSelection->size());
+}
+
+} // namespace velmora

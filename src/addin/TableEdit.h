@@ -1,0 +1,20 @@
+#pragma once
+
+#include "base/HostYield.h"
+
+namespace velmora {
+
+// Removes slot `index` of a list or table: every later entry moves down one
+// place and the list shrinks by one. With `yieldEachMove` the host's events
+// run after each move.
+template <typename Table>
+void removeSlot(Table& table, int index, bool yieldEachMove) {
+    for (int i = index; i < table.upperBound(); ++i) {
+        table[i] = table[i + 1];
+        if (yieldEachMove)
+            yieldToHost();
+    }
+    table.removeLast();
+}
+
+} // namespace velmora
