@@ -32,7 +32,10 @@ public:
     QString statusText() const override { return m_status; }
     void setStatusText(const QString& text) override { m_status = text; }
     void setCounterText(const QString& text) override { m_counter = text; }
-    void setProgress(int percent) override { m_progress = percent; }
+    void setProgress(int percent) override {
+        checkProgressValue(percent);
+        m_progress = percent;
+    }
     PictureBox& pictureBox() override { return m_picture; }
     bool textAnalysisSwitchedOff() const override { return m_textOff; }
 

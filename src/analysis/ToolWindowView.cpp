@@ -1,5 +1,7 @@
 #include "analysis/ToolWindowView.h"
 
+#include "base/VbError.h"
+
 #include <QPainter>
 
 namespace velmora {
@@ -13,6 +15,11 @@ QImage stretchedDrawing(const QImage& picture, int width, int height) {
     painter.setRenderHint(QPainter::SmoothPixmapTransform, false);
     painter.drawImage(QRect(0, 0, width, height), picture);
     return surface;
+}
+
+void checkProgressValue(int percent) {
+    if (percent < 0 || percent > 100)
+        throw VbError(VbError::InvalidPropertyValue);
 }
 
 } // namespace velmora

@@ -35,6 +35,9 @@ inline constexpr QRgb kPictureBoxBackground = 0xFFF0F0F0;
 // box has always drawn; a null image for an empty surface.
 QImage stretchedDrawing(const QImage& picture, int width, int height);
 
+// Throws VbError ("Invalid property value") for a progress outside 0 to 100.
+void checkProgressValue(int percent);
+
 // The few controls of the tool window that the engine writes to or reads.
 // A Qt window implements it, and HeadlessToolWindow stands in for it where no
 // window is shown.
@@ -47,7 +50,8 @@ public:
     virtual void setStatusText(const QString& text) = 0;
     // The counter label ("Label5").
     virtual void setCounterText(const QString& text) = 0;
-    // The progress bar, 0 to 100.
+    // The progress bar, 0 to 100; any other value is refused with VbError
+    // ("Invalid property value") and the bar stays as it was.
     virtual void setProgress(int percent) = 0;
     // The picture box ("Picture1").
     virtual PictureBox& pictureBox() = 0;

@@ -34,6 +34,8 @@ QString VbError::standardDescription(Number number) {
         return QStringLiteral("Path/File access error");
     case PathNotFound:
         return QStringLiteral("Path not found");
+    case InvalidPropertyValue:
+        return QStringLiteral("Invalid property value");
     case ObjectVariableNotSet:
         return QStringLiteral("Object variable or With block variable not set");
     case ObjectRequired:

@@ -24,6 +24,7 @@ public:
         PermissionDenied = 70,
         PathFileAccessError = 75,
         PathNotFound = 76,
+        InvalidPropertyValue = 380,
         ObjectVariableNotSet = 91,
         ObjectRequired = 424,
         AutomationError = 440, // a host object call failed

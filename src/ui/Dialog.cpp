@@ -12,6 +12,8 @@ Dialog::Dialog(FilterFlags& flags, const QString& address, QWidget* parent)
     setObjectName(QStringLiteral("Dialog"));
     setWindowTitle(QStringLiteral("Email address conflict"));
     setModal(false);
+    // Closing by the frame would be no answer, so there is no close button.
+    setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint);
 
     auto* question = new QLabel(
         QStringLiteral("This email address has been found among JUNK emails and TRUST emails. "

@@ -11,6 +11,8 @@ Dialog2::Dialog2(FilterFlags& flags, QWidget* parent) : QDialog(parent), m_flags
     setObjectName(QStringLiteral("Dialog2"));
     setWindowTitle(QStringLiteral("Velmora"));
     setModal(false);
+    // Closing by the frame would be no answer, so there is no close button.
+    setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint);
 
     auto* layout = new QVBoxLayout(this);
     const struct {

@@ -34,6 +34,9 @@ QSlider* levelSlider(const char* objectName, QWidget* parent) {
     slider->setTickPosition(QSlider::TicksBelow);
     slider->setTickInterval(5);
     slider->setToolTip(kLevelTip);
+    // Like the slider it stands for, it reports a change when let go, not at
+    // every step of a drag, so the settings are written once per move.
+    slider->setTracking(false);
     return slider;
 }
 
@@ -71,7 +74,7 @@ ToolBox::ToolBox(FilterState& state, SettingsStore& settings, ToolBoxActions& ac
     setWindowTitle(QStringLiteral("Velmora"));
 
     // Levels: captions, sliders and the thresholds they give, side by side.
-    auto* levels = new QGroupBox(QStringLiteral("Sensitivity"), this);
+    auto* levels = new QGroupBox(this);
     auto* levelGrid = new QGridLayout(levels);
     m_trackBar1 = levelSlider("TrackBar1", levels);
     m_label4 = namedLabel("Label4", QString(), levels);
@@ -122,6 +125,7 @@ ToolBox::ToolBox(FilterState& state, SettingsStore& settings, ToolBoxActions& ac
     m_progressBar1->setObjectName(QStringLiteral("ProgressBar1"));
     m_progressBar1->setRange(0, 100);
     m_progressBar1->setValue(0);
+    m_progressBar1->setTextVisible(false);
     m_spareL = namedLabel("spareL", QString(), this);
     m_spareL->setWordWrap(true);
     m_spareL->setAlignment(Qt::AlignLeft | Qt::AlignTop);
@@ -164,7 +168,11 @@ ToolBox::ToolBox(FilterState& state, SettingsStore& settings, ToolBoxActions& ac
 void ToolBox::pictureLevelChanged(int value) {
     m_settings.WriteSetting(QString::number(value), SettingLevelP);
     // The threshold is what the store now holds, not what the slider says.
-    m_state.thresholds.LevelP = Val(m_settings.ReadSetting(SettingLevelP)) + 80;
+    try {
+        m_state.thresholds.LevelP = Val(m_settings.ReadSetting(SettingLevelP)) + 80;
+    } catch (const VbError& error) {
+        showMessage(QStringLiteral("TrackBar1_Change: ") + error.description());
+    }
     m_label4->setText(thresholdText(m_state.thresholds.LevelP));
 }
 
@@ -205,15 +213,23 @@ void ToolBox::analyseFolders() {
 }
 
 void ToolBox::prepareAndShow() {
-    // Setting a slider writes its value back; it is done here even when the
-    // slider does not move, so the label always shows the stored threshold.
-    for (auto [slider, number] :
-         {std::pair{m_trackBar1, SettingLevelP}, std::pair{m_trackBar2, SettingLevelT}}) {
-        const QSignalBlocker quiet(slider);
-        slider->setValue(int(Val(m_settings.ReadSetting(number))));
-    }
-    pictureLevelChanged(m_trackBar1->value());
-    textLevelChanged(m_trackBar2->value());
+    // A slider set to another value reports the change, which writes the
+    // value back and shows the threshold; its label is shown either way. A
+    // stored value the slider cannot take leaves it where it is.
+    const auto prepareLevel = [this](QSlider* slider, SettingNumber number, QLabel* label,
+                                     const auto& threshold) {
+        try {
+            const double stored = roundHalfEven(Val(m_settings.ReadSetting(number)));
+            if (stored >= slider->minimum() && stored <= slider->maximum())
+                slider->setValue(int(stored));
+        } catch (const VbError&) {
+        }
+        label->setText(thresholdText(threshold()));
+    };
+    prepareLevel(m_trackBar1, SettingLevelP, m_label4,
+                 [this] { return m_state.thresholds.LevelP; });
+    prepareLevel(m_trackBar2, SettingLevelT, m_label3,
+                 [this] { return double(m_state.thresholds.LevelT); });
     m_checkBox1->setChecked(m_state.thresholds.TextFlag != kFalse);
 
     m_state.flags.TextBoxLive = kFalse;
@@ -242,7 +258,8 @@ void ToolBox::setCounterText(const QString& text) {
 }
 
 void ToolBox::setProgress(int percent) {
-    m_progressBar1->setValue(qBound(0, percent, 100));
+    checkProgressValue(percent);
+    m_progressBar1->setValue(percent);
 }
 
 PictureBox& ToolBox::pictureBox() {

@@ -19,16 +19,14 @@ void WidgetPromptDialogs::showDatabasePrompt() {
 }
 
 void WidgetPromptDialogs::unloadDatabasePrompt() {
-    // Later events may still be inside the wait of an outer opener; the
-    // window is made again should that opener show it once more.
+    // One window serves every opener, so it is hidden, not destroyed: an
+    // outer opener still waiting shows the same window again.
     if (m_databasePrompt)
-        m_databasePrompt->deleteLater();
-    m_databasePrompt = nullptr;
+        m_databasePrompt->hide();
 }
 
 void WidgetPromptDialogs::showAddressConflict(const QString& address) {
-    if (m_conflictPrompt)
-        m_conflictPrompt->deleteLater();
+    unloadAddressConflict();
     m_conflictPrompt = new Dialog(m_flags, address);
     m_conflictPrompt->show();
     m_conflictPrompt->raise();
@@ -36,9 +34,19 @@ void WidgetPromptDialogs::showAddressConflict(const QString& address) {
 }
 
 void WidgetPromptDialogs::unloadAddressConflict() {
-    if (m_conflictPrompt)
+    // Hidden at once: a deferred delete would leave it on screen until the
+    // handler that opened it returns to the event loop.
+    if (m_conflictPrompt) {
+        m_conflictPrompt->hide();
         m_conflictPrompt->deleteLater();
+    }
     m_conflictPrompt = nullptr;
+}
+
+void WidgetPromptDialogs::unloadAll() {
+    unloadAddressConflict();
+    if (m_databasePrompt)
+        m_databasePrompt->hide();
 }
 
 } // namespace velmora

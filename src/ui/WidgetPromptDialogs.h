@@ -21,6 +21,8 @@ public:
     void unloadDatabasePrompt() override;
     void showAddressConflict(const QString& address) override;
     void unloadAddressConflict() override;
+    // Closes whatever prompt is open, when the add-in lets go of the host.
+    void unloadAll();
 
     // The windows while they are shown, for tests and screenshots.
     Dialog2* databasePrompt() const { return m_databasePrompt; }

@@ -1,6 +1,7 @@
 #include "ui/ToolBox.h"
 
 #include "analysis/PictureFingerprint.h"
+#include "settings/Thresholds.h"
 #include "store/ListFile.h"
 #include "support/FilterFixture.h"
 #include "ui/PictureBoxWidget.h"
@@ -166,4 +167,27 @@ TEST(ToolBox, PictureBoxFingerprintsLikeTheHeadlessOne) {
     t.toolBox.setStatusText(QStringLiteral("ANALYSING ....\n\rTEXT EMAIL"));
     EXPECT_EQ(t.toolBox.statusText(), QStringLiteral("ANALYSING ....\n\rTEXT EMAIL"));
     EXPECT_EQ(t.labelText("spareL"), QStringLiteral("ANALYSING ....\nTEXT EMAIL"));
+}
+
+TEST(ToolBox, ShowWritesNothingWhenTheSlidersStayPut) {
+    RecordingSink sink;
+    TempFolder dir;
+    dir.writeBytes(QStringLiteral("file"), "x");
+    ToolBoxFixture t(dir.file(QStringLiteral("file/velmora.ini"))); // cannot be written
+    t.toolBox.prepareAndShow(); // nothing stored: the sliders stay at 0
+    EXPECT_TRUE(sink.messages.isEmpty());
+    // The labels show the thresholds in force.
+    EXPECT_EQ(t.labelText("Label4"), QStringLiteral("86 %"));
+}
+
+TEST(ToolBox, StoredLevelsTheSliderCannotTakeLeaveItAlone) {
+    ToolBoxFixture t;
+    t.settings.WriteSetting(QStringLiteral("25"), SettingLevelP);
+    t.settings.WriteSetting(QStringLiteral("6.5"), SettingLevelT); // rounds to even
+    t.f.state->thresholds = deriveThresholds(t.settings);
+    t.toolBox.prepareAndShow();
+    EXPECT_EQ(t.control<QSlider>("TrackBar1")->value(), 0);
+    EXPECT_EQ(t.labelText("Label4"), QStringLiteral("105 %"));
+    EXPECT_EQ(t.control<QSlider>("TrackBar2")->value(), 6);
+    EXPECT_EQ(t.settings.ReadSetting(SettingLevelT), QStringLiteral("6"));
 }
