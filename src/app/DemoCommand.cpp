@@ -1,19 +1,13 @@
 #include "app/DemoCommand.h"
 
-#include "analysis/Classifier.h"
-#include "analysis/HeadlessToolWindow.h"
-#include "analysis/Learning.h"
-#include "analysis/PromptDialogs.h"
+#include "addin/Connect.h"
+#include "addin/HeadlessAddinWindows.h"
 #include "app/DemoMessage.h"
 #include "hosts/memory/MemoryApplication.h"
-#include "settings/Thresholds.h"
 #include "store/ListFile.h"
-#include "store/PicTableFile.h"
-#include "store/TxtTableFile.h"
 
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <optional>
@@ -42,30 +36,25 @@ std::optional<DemoOptions> parseOptions(const QStringList& arguments, QTextStrea
     return options;
 }
 
-// The demo has its database, so nothing here is ever asked for.
-class DemoServices final : public FilterServices {
-public:
-    void showToolWindow() override {}
-    void buildDatabase() override {}
-};
-
 memory::MessageContent contentOf(const DemoMessage& message) {
     memory::MessageContent content;
     content.sender = message.sender;
     content.subject = message.subject;
     content.body = message.body;
+    content.recipients = message.recipients;
     if (!message.attachmentName.isEmpty())
         content.attachments.append({message.attachmentName, QString(), message.attachment});
     return content;
 }
 
+// The filter attached to an in-memory mail client holding the demo's mail.
 class Demo {
 public:
     Demo(const DemoOptions& options, const QString& workRoot, QTextStream& out, QTextStream& err)
-        : m_options(options), m_out(out), m_err(err),
-          m_state(DataFolder(workRoot), m_toolBox, m_services, m_prompts) {
-        m_state.application = m_app;
-    }
+        : m_options(options), m_workRoot(workRoot), m_out(out), m_err(err),
+          m_settings(QDir(workRoot).filePath(QStringLiteral("velmora-demo.ini"))),
+          m_connect(DataFolder(QDir(workRoot).filePath(QStringLiteral("CORVANELSPAM"))), m_settings,
+                    m_windows) {}
 
     int run();
 
@@ -73,18 +62,17 @@ private:
     // The demo messages of one folder, in name order; unreadable ones are
     // reported and left out.
     QList<DemoMessage> messagesIn(const QString& folder);
-    int learn(const QString& folder, memory::MemoryFolder& into, std::int16_t isSpam);
-    void judge(const DemoMessage& message);
+    int placeAll(const QString& folder, memory::MemoryFolder& into);
 
     const DemoOptions& m_options;
+    QString m_workRoot;
     QTextStream& m_out;
     QTextStream& m_err;
-    HeadlessToolWindow m_toolBox;
-    DemoServices m_services;
-    HeadlessPromptAnswerer m_prompts{HeadlessPromptAnswerer::Answer::Close};
-    FilterState m_state;
+    SettingsStore m_settings;
+    HeadlessAddinWindows m_windows{HeadlessPromptAnswerer::Answer::Accept};
     std::shared_ptr<memory::MemoryApplication> m_app =
         std::make_shared<memory::MemoryApplication>();
+    Connect m_connect;
 };
 
 QList<DemoMessage> Demo::messagesIn(const QString& folder) {
@@ -101,61 +89,45 @@ QList<DemoMessage> Demo::messagesIn(const QString& folder) {
     return messages;
 }
 
-int Demo::learn(const QString& folder, memory::MemoryFolder& into, std::int16_t isSpam) {
+int Demo::placeAll(const QString& folder, memory::MemoryFolder& into) {
     const QList<DemoMessage> messages = messagesIn(folder);
-    for (const DemoMessage& message : messages) {
-        const auto item = m_app->place(into, contentOf(message));
-        LearnEmail(m_state, *item, isSpam);
-    }
+    for (const DemoMessage& message : messages)
+        m_app->place(into, contentOf(message));
     return int(messages.size());
 }
 
-void Demo::judge(const DemoMessage& message) {
-    const auto item = m_app->place(m_app->inbox(), contentOf(message));
-    const bool spam = AnalyseEmail(m_state, *item) != kFalse;
-    if (spam)
-        item->move(m_app->junk());
-    m_out << message.fileName << "  from " << message.sender << "\n  "
-          << (spam ? "spam, moved to Junk E-mail" : "kept in the Inbox") << ": \""
-          << item->savedSubject() << "\"\n";
-}
-
 int Demo::run() {
-    SpamData& data = m_state.data;
-    if (!QDir().mkpath(data.folder.dataFolder())) {
-        m_err << "velmora demo: cannot create " << data.folder.dataFolder() << '\n';
-        return 1;
-    }
-    for (QStringView list : {kTrustedFile, kRestrictedFile}) {
-        QFile::remove(data.folder.dataFile(list));
-        QFile::copy(QDir(m_options.demoDir).filePath(list.toString()), data.folder.dataFile(list));
-    }
-    LoadARRAY(data.TrustedList, data.folder.dataFile(kTrustedFile));
-    LoadARRAY(data.RestrictedList, data.folder.dataFile(kRestrictedFile));
+    placeAll(QStringLiteral("sent"), m_app->sentItems());
+    const int spam = placeAll(QStringLiteral("learn/spam"), m_app->junk());
+    const int good = placeAll(QStringLiteral("learn/good"),
+                              m_app->addFolder(m_app->store(), QStringLiteral("Friends")));
 
-    const int spam = learn(QStringLiteral("learn/spam"), m_app->junk(), kTrue);
-    const int good = learn(QStringLiteral("learn/good"),
-                           m_app->addFolder(m_app->store(), QStringLiteral("Friends")), kFalse);
-    WriteTxtTable(data);
-    WritePicTable(data);
-    ReadTxtTable(data);
-    ReadPicTable(data);
+    m_connect.OnConnection(m_app);
+    m_connect.analyseFolders(); // the tool window's "Analyse Folders"
+    SpamData& data = m_connect.state().data;
+    // The words the user would type into the tool window.
+    LoadARRAY(data.RestrictedList,
+              QDir(m_options.demoDir).filePath(QString(kRestrictedFile.toString())));
+    WriteARRAY(data.RestrictedList, data.folder.dataFile(kRestrictedFile));
 
-    SettingsStore settings(
-        QDir(m_state.data.folder.workRoot()).filePath(QStringLiteral("velmora-demo.ini")));
-    writeDefaultSettings(settings);
-    m_state.thresholds = deriveThresholds(settings);
-
+    const Thresholds& levels = m_connect.state().thresholds;
     m_out << "Data folder: " << data.folder.dataFolder() << '\n'
-          << "Learnt " << spam << " spam and " << good << " good mails: " << kTxtDataFile
-          << " holds " << data.TxtTable.upperBound() << " records, " << kPicDataFile << " "
-          << data.PicTable.upperBound() << " (saved and read back)\n"
+          << "Database built from " << spam << " mails in Junk and " << good
+          << " in a folder of the user's: " << kTxtDataFile << " holds "
+          << data.TxtTable.upperBound() << " records, " << kPicDataFile << " "
+          << data.PicTable.upperBound() << '\n'
           << "Trusted senders: " << data.TrustedList.upperBound()
           << ", restricted words: " << data.RestrictedList.upperBound() << '\n'
-          << "Levels: picture " << m_state.thresholds.LevelP << " %, text "
-          << m_state.thresholds.LevelT << " %\n\n";
-    for (const DemoMessage& message : messagesIn(QStringLiteral("incoming")))
-        judge(message);
+          << "Levels: picture " << levels.LevelP << " %, text " << levels.LevelT << " %\n\n";
+
+    for (const DemoMessage& message : messagesIn(QStringLiteral("incoming"))) {
+        const auto item = m_app->deliver(contentOf(message));
+        const bool spam = item->folder() == &m_app->junk();
+        m_out << message.fileName << "  from " << message.sender << "\n  "
+              << (spam ? "spam, moved to Junk E-mail" : "kept in the Inbox") << ": \""
+              << item->savedSubject() << "\"\n";
+    }
+    m_connect.OnBeginShutdown();
     return 0;
 }
 

@@ -25,7 +25,10 @@ std::optional<DemoMessage> readDemoMessage(const QString& path, const QString& p
             message.sender = line.mid(5).trimmed();
         else if (line.startsWith(QStringLiteral("Subject:")))
             message.subject = line.mid(8).trimmed();
-        else if (line.startsWith(QStringLiteral("Attachment:")))
+        else if (line.startsWith(QStringLiteral("To:"))) {
+            for (const QString& address : line.mid(3).split(QLatin1Char(','), Qt::SkipEmptyParts))
+                message.recipients.append(address.trimmed());
+        } else if (line.startsWith(QStringLiteral("Attachment:")))
             message.attachmentName = line.mid(11).trimmed();
     }
     if (!message.attachmentName.isEmpty()) {

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -16,6 +17,7 @@ struct DemoMessage {
     QString sender;
     QString subject;
     QString body;
+    QStringList recipients;
     QString attachmentName;
     QByteArray attachment;
 };

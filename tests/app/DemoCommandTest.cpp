@@ -34,9 +34,9 @@ TEST(DemoCommand, LearnsTheExamplesAndJudgesTheIncomingMail) {
     QString out = run.out;
     out.replace(root.path(), QStringLiteral("<root>/"));
     EXPECT_EQ(out,
-              QStringLiteral("Data folder: <root>/spamdata/\n"
-                             "Learnt 4 spam and 2 good mails: txtdata.dat holds 5 records, "
-                             "picdata.dat 1 (saved and read back)\n"
+              QStringLiteral("Data folder: <root>/CORVANELSPAM/spamdata/\n"
+                             "Database built from 4 mails in Junk and 2 in a folder of the "
+                             "user's: txtdata.dat holds 5 records, picdata.dat 1\n"
                              "Trusted senders: 2, restricted words: 2\n"
                              "Levels: picture 86 %, text 94 %\n"
                              "\n"
@@ -51,7 +51,7 @@ TEST(DemoCommand, LearnsTheExamplesAndJudgesTheIncomingMail) {
                              "05-sale-again.txt  from news@mega-sale.example\n"
                              "  spam, moved to Junk E-mail: \"{S:109%} Last days of the sale\"\n"))
         << out.toStdString();
-    EXPECT_TRUE(QFile::exists(root.file(QStringLiteral("spamdata/txtdata.dat"))));
+    EXPECT_TRUE(QFile::exists(root.file(QStringLiteral("CORVANELSPAM/spamdata/txtdata.dat"))));
 }
 
 TEST(CommandLine, UnknownCommandsAndNoCommandShowUsage) {
