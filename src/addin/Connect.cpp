@@ -61,6 +61,7 @@ void Connect::initAll() {
 
 void Connect::OnConnection(const std::shared_ptr<HostApplication>& application) {
     try {
+        VBInstance = application;
         OutlookApp = application;
         m_olOutlook.object = application;
         m_olOutlook.events.push_back(application->ItemSend.subscribe(
@@ -73,12 +74,15 @@ void Connect::OnConnection(const std::shared_ptr<HostApplication>& application) 
         MapiNamespace = application->GetNamespace(QStringLiteral("MAPI"));
 
         m_olExplorer.object = application->ActiveExplorer();
-        for (EventSource<>* guard :
-             {&m_olExplorer.object->BeforeItemCopy, &m_olExplorer.object->BeforeItemCut,
-              &m_olExplorer.object->BeforeMove})
-            m_olExplorer.events.push_back(guard->subscribe([this] { rememberSelection(); }));
-        m_olExplorer.events.push_back(m_olExplorer.object->BeforeItemPaste.subscribe(
-            [this](const FolderRef&) { rememberSelection(); }));
+        HostExplorer& explorer = *m_olExplorer.object;
+        m_olExplorer.events.push_back(
+            explorer.BeforeItemCopy.subscribe([this] { m_olExplorer_BeforeItemCopy(); }));
+        m_olExplorer.events.push_back(
+            explorer.BeforeItemCut.subscribe([this] { m_olExplorer_BeforeItemCut(); }));
+        m_olExplorer.events.push_back(explorer.BeforeItemPaste.subscribe(
+            [this](const FolderRef& target) { m_olExplorer_BeforeItemPaste(target); }));
+        m_olExplorer.events.push_back(
+            explorer.BeforeMove.subscribe([this] { m_olExplorer_BeforeMove(); }));
         AllExplorers = application->Explorers();
         AllFolders = MapiNamespace->Folders();
 
@@ -210,6 +214,7 @@ void Connect::m_olOutlook_Quit() {
 void Connect::ReleaseAll() {
     m_windows.unloadForms();
     OutlookApp.reset();
+    VBInstance.reset();
     m_state.application.reset();
     m_olOutlook.clear();
     MapiNamespace.reset();

@@ -54,7 +54,12 @@ public:
     void m_olOutlook_NewMailEx(const QString& entryIdCollection);
     void m_olOutlook_ItemSend(const MailItemRef& item);
     void m_olOutlook_Quit();
-    void rememberSelection();
+    // The explorer guards: each remembers the selection the user is about to
+    // copy, cut, paste or move, since ItemRemove does not say what left.
+    void m_olExplorer_BeforeItemCopy();
+    void m_olExplorer_BeforeItemCut();
+    void m_olExplorer_BeforeItemPaste(const FolderRef& target);
+    void m_olExplorer_BeforeMove();
     void junkemail_ItemAdd(const MailItemRef& item);
     void junkemail_ItemRemove();
     void deletedemail_ItemAdd(const MailItemRef& item);
@@ -82,6 +87,7 @@ public:
     QList<FolderRef> AllFolders;
     QList<std::shared_ptr<HostExplorer>> AllExplorers;
     std::shared_ptr<HostApplication> OutlookApp;
+    std::shared_ptr<HostApplication> VBInstance;
     std::shared_ptr<HostNamespace> MapiNamespace;
     std::shared_ptr<CommandBars> OutlookCmdBars;
     std::shared_ptr<CommandBar> OutlookMenuBar;
@@ -104,7 +110,8 @@ private:
     // After an ItemAdd: count the item off the remembered selection and save
     // the changed tables when the whole selection has arrived.
     void batchedSave(bool includeTrusted);
-    void learnFolder(HostFolder& folder);
+    void rememberSelection();
+    void LearnFolder(HostFolder& folder);
     // The user's answer that a sender both junk and trusted is to be
     // trusted: its records go and its mails leave Junk for the Inbox.
     void trustSenderFromJunk(const QString& sender);

@@ -28,6 +28,15 @@ void ignoringHostErrors(const std::function<void()>& step) {
     }
 }
 
+// A folder's item count; 0 when the host cannot say.
+int itemCountOf(HostFolder& folder) {
+    try {
+        return folder.Items().Count();
+    } catch (const VbError&) {
+        return 0;
+    }
+}
+
 double progressStep(int itemCount) {
     return itemCount < 1 ? 100.0 : 100.0 / itemCount;
 }
@@ -78,13 +87,15 @@ void Connect::collect_emails() {
         box.setCounterText(QString::number(m_itemCounter));
     };
 
+    if (!SentFolder || !JunkFolder || !MapiNamespace)
+        return; // not connected to a mail client: nothing to build from
     try {
         flags.StopBuild = kFalse;
         data.TrustedList.reset();
         data.DatabaseMissing = kFalse;
 
         // Sent stage: everyone the user wrote to is trusted.
-        const int sentCount = SentFolder->Items().Count();
+        const int sentCount = itemCountOf(*SentFolder);
         if (sentCount >= 1) {
             box.pictureBox().clearPicture();
             box.setStatusText(QStringLiteral("ANALYSING ....\n\rSENT FOLDER"));
@@ -112,7 +123,7 @@ void Connect::collect_emails() {
         data.TrustChanged = kFalse;
 
         // Junk stage: every message there is spam.
-        const int junkCount = JunkFolder->Items().Count();
+        const int junkCount = itemCountOf(*JunkFolder);
         if (junkCount >= 1) {
             m_itemCounter = 0;
             const double step = progressStep(junkCount);
@@ -132,7 +143,8 @@ void Connect::collect_emails() {
 
             // Conflicts: a sender both in Junk and trusted is settled by the user.
             m_itemCounter = 0;
-            for (int k = 1; k <= junkCount; ++k) {
+            const int conflictCount = itemCountOf(*JunkFolder);
+            for (int k = 1; k <= conflictCount; ++k) {
                 if (stopped())
                     return;
                 yieldToHost();
@@ -161,23 +173,33 @@ void Connect::collect_emails() {
 
         // Folder stage: the user's own folders are good mail.
         m_itemCounter = 0;
-        for (const FolderRef& store : AllFolders) {
-            const QString storeName = store->Name();
-            if (storeName == QStringLiteral("Archive Folders") || IsSkippedFolderName(storeName))
-                continue;
-            m_windows.bringToolBoxToFront();
-            for (const FolderRef& folder : store->Folders()) {
-                const QString id = folder->EntryID();
-                if (IsSkippedFolderName(folder->Name()) || id == DeletedFolderID ||
-                    id == InboxFolderID || id == SentFolderID || id == JunkFolderID)
-                    continue;
-                const QList<FolderRef> subfolders = folder->Folders();
-                if (subfolders.isEmpty()) {
-                    learnFolder(*folder);
-                } else {
-                    for (const FolderRef& sub : subfolders)
-                        learnFolder(*sub);
-                }
+        QList<FolderRef> stores;
+        ignoringHostErrors([&] { stores = MapiNamespace->Folders(); }); // as they are now
+        for (const FolderRef& store : stores) {
+            QList<FolderRef> folders;
+            ignoringHostErrors([&] {
+                const QString storeName = store->Name();
+                if (storeName == QStringLiteral("Archive Folders") ||
+                    IsSkippedFolderName(storeName))
+                    return;
+                m_windows.bringToolBoxToFront();
+                folders = store->Folders();
+            });
+            for (const FolderRef& folder : folders) {
+                QList<FolderRef> toLearn;
+                ignoringHostErrors([&] {
+                    const QString id = folder->EntryID();
+                    if (IsSkippedFolderName(folder->Name()) || id == DeletedFolderID ||
+                        id == InboxFolderID || id == SentFolderID || id == JunkFolderID)
+                        return;
+                    // Only the folders one level down from a folder that has
+                    // some; its own items and deeper folders are not learnt.
+                    toLearn = folder->Folders();
+                    if (toLearn.isEmpty())
+                        toLearn = {folder};
+                });
+                for (const FolderRef& learnt : toLearn)
+                    LearnFolder(*learnt);
             }
         }
     } catch (const VbError&) {
@@ -200,7 +222,7 @@ void Connect::trustSenderFromJunk(const QString& sender) {
     deleteRecordsOf(data.TxtTable, sender);
     box.setProgress(0);
     box.setStatusText(QStringLiteral("REMOVIG EMAILS\n\rFROM JUNK..."));
-    const int junkCount = JunkFolder->Items().Count();
+    const int junkCount = itemCountOf(*JunkFolder);
     const double step = progressStep(junkCount);
     // Kept as it always was: a move shifts the later items down, so the item
     // after a moved one waits for the next build.
@@ -219,9 +241,9 @@ void Connect::trustSenderFromJunk(const QString& sender) {
     m_state.flags.SelfMoving = kFalse;
 }
 
-void Connect::learnFolder(HostFolder& folder) {
+void Connect::LearnFolder(HostFolder& folder) {
     ToolWindowView& box = m_state.toolBox;
-    const int itemCount = folder.Items().Count();
+    const int itemCount = itemCountOf(folder);
     if (itemCount < 1)
         return;
     const double step = progressStep(itemCount);

@@ -82,7 +82,10 @@ void Connect::junkemail_ItemRemove() {
             return;
         if (!databasePromptLetsHandlerGoOn())
             return;
-        for (const MailItemRef& item : *ActiveSelection) {
+        // A copy: events run while the items are handled may replace the
+        // remembered selection.
+        const QList<MailItemRef> selection = *ActiveSelection;
+        for (const MailItemRef& item : selection) {
             if (!isMailOrPost(*item))
                 continue;
             cleanSubject(*item);
@@ -139,7 +142,8 @@ void Connect::inboxemail_ItemRemove() {
             return;
         if (!databasePromptLetsHandlerGoOn())
             return;
-        for (const MailItemRef& item : *ActiveSelection) {
+        const QList<MailItemRef> selection = *ActiveSelection;
+        for (const MailItemRef& item : selection) {
             if (!isMailOrPost(*item))
                 continue;
             cleanSubject(*item);

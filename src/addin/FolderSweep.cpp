@@ -5,6 +5,7 @@
 #include "analysis/Classifier.h"
 #include "base/HostYield.h"
 #include "base/MessageSink.h"
+#include "base/Rounding.h"
 #include "base/VbError.h"
 #include "store/PicTableFile.h"
 #include "store/TxtTableFile.h"
@@ -32,8 +33,9 @@ void Connect::sweep(HostFolder& folder, bool showEachItem) {
     ToolWindowView& box = m_state.toolBox;
     HostItems& items = folder.Items();
     const double step = 100.0 / items.Count();
-    int k = 1;
-    for (MailItemRef item = items.GetFirst(); item; item = items.GetNext()) {
+    std::int16_t k = 1;
+    MailItemRef item = items.GetFirst();
+    while (item) {
         if (showEachItem)
             box.setStatusText(QStringLiteral("Sweeping the Inbox:\n\r") + item->subject());
         else
@@ -42,12 +44,15 @@ void Connect::sweep(HostFolder& folder, bool showEachItem) {
         m_windows.bringToolBoxToFront();
         if (isMailOrPost(*item) && AnalyseEmail(m_state, *item) != kFalse)
             item->move(*JunkFolder);
+        item = items.GetNext();
         yieldToHost();
-        ++k;
+        k = checkedInt16(k + 1);
     }
 }
 
 void Connect::CLR_Click() {
+    if (!OutlookApp || !JunkFolder)
+        return; // not connected
     m_state.flags.SelfMoving = kTrue;
     Show();
     try {

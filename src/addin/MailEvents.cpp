@@ -52,10 +52,28 @@ void Connect::m_olOutlook_ItemSend(const MailItemRef& item) {
         for (const QString& address : CurrentMail->Recipients())
             AddMailAddr(m_state.data.TrustedList, address);
     } catch (const VbError&) {
-        // The send goes on whatever happens here.
+        // No trap of its own: a failure ends the handler (the send goes on).
+        CurrentMail.reset();
+        return;
     }
     WriteARRAY(m_state.data.TrustedList, m_state.data.folder.dataFile(kTrustedFile));
     CurrentMail.reset();
+}
+
+void Connect::m_olExplorer_BeforeItemCopy() {
+    rememberSelection();
+}
+
+void Connect::m_olExplorer_BeforeItemCut() {
+    rememberSelection();
+}
+
+void Connect::m_olExplorer_BeforeItemPaste(const FolderRef&) {
+    rememberSelection();
+}
+
+void Connect::m_olExplorer_BeforeMove() {
+    rememberSelection();
 }
 
 void Connect::rememberSelection() {

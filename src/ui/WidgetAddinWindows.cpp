@@ -8,7 +8,7 @@
 
 namespace velmora {
 
-WidgetAddinWindows::WidgetAddinWindows() = default;
+WidgetAddinWindows::WidgetAddinWindows() : m_prompts(std::make_unique<WidgetPromptDialogs>()) {}
 
 WidgetAddinWindows::~WidgetAddinWindows() {
     delete m_toolBox;
@@ -19,7 +19,7 @@ void WidgetAddinWindows::attach(FilterState& state, SettingsStore& settings,
     m_state = &state;
     m_settings = &settings;
     m_actions = &actions;
-    m_prompts = std::make_unique<WidgetPromptDialogs>(state.flags);
+    m_prompts->answerInto(state.flags);
 }
 
 ToolBox& WidgetAddinWindows::window() {
@@ -51,8 +51,7 @@ void WidgetAddinWindows::hideToolBox() {
 
 void WidgetAddinWindows::unloadForms() {
     delete m_toolBox;
-    if (m_prompts)
-        m_prompts->unloadAll();
+    m_prompts->unloadAll();
 }
 
 PromptDialogs& WidgetAddinWindows::prompts() {

@@ -12,7 +12,7 @@ WidgetPromptDialogs::~WidgetPromptDialogs() {
 
 void WidgetPromptDialogs::showDatabasePrompt() {
     if (!m_databasePrompt)
-        m_databasePrompt = new Dialog2(m_flags);
+        m_databasePrompt = new Dialog2(*m_flags);
     m_databasePrompt->show();
     m_databasePrompt->raise();
     m_databasePrompt->activateWindow();
@@ -27,7 +27,7 @@ void WidgetPromptDialogs::unloadDatabasePrompt() {
 
 void WidgetPromptDialogs::showAddressConflict(const QString& address) {
     unloadAddressConflict();
-    m_conflictPrompt = new Dialog(m_flags, address);
+    m_conflictPrompt = new Dialog(*m_flags, address);
     m_conflictPrompt->show();
     m_conflictPrompt->raise();
     m_conflictPrompt->activateWindow();

@@ -14,7 +14,10 @@ class Dialog2;
 // prompt is made afresh for each opener.
 class WidgetPromptDialogs final : public PromptDialogs {
 public:
-    explicit WidgetPromptDialogs(FilterFlags& flags) : m_flags(flags) {}
+    WidgetPromptDialogs() = default;
+    explicit WidgetPromptDialogs(FilterFlags& flags) : m_flags(&flags) {}
+    // Where the buttons answer: the flags of the filter that asks.
+    void answerInto(FilterFlags& flags) { m_flags = &flags; }
     ~WidgetPromptDialogs() override;
 
     void showDatabasePrompt() override;
@@ -29,7 +32,7 @@ public:
     Dialog* conflictPrompt() const { return m_conflictPrompt; }
 
 private:
-    FilterFlags& m_flags;
+    FilterFlags* m_flags = nullptr;
     QPointer<Dialog2> m_databasePrompt;
     QPointer<Dialog> m_conflictPrompt;
 };

@@ -8,6 +8,7 @@
 #include "store/TxtTableFile.h"
 #include "support/FilterFixture.h"
 
+#include <QCoreApplication>
 #include <QDir>
 
 using namespace velmora;
@@ -402,6 +403,98 @@ TEST(AddinScenario, InboxAndUserFoldersAreSweptAndSomeFoldersRefused) {
     EXPECT_EQ(sink.messages, (QStringList{QStringLiteral("Please select right folder"),
                                           QStringLiteral("Please select right folder")}));
     EXPECT_EQ(a.connect->state().flags.SelfMoving, kTrue); // kept set by a refused sweep
+}
+
+TEST(AddinScenario, MailLeavingTheInboxIsLearntAsGood) {
+    Addin a;
+    a.writeSmallDatabase();
+    a.connectToHost();
+    MemoryFolder& projects = a.app->addFolder(a.app->store(), QStringLiteral("Projects"));
+    const QByteArray trustedBefore = a.fileBytes(kTrustedFile);
+    const auto item =
+        a.app->place(a.app->inbox(), mail(QStringLiteral("boss@work.example"),
+                                          QStringLiteral("{S:100%} Plan"), kWorkBody));
+    a.app->userMove({item}, projects);
+    EXPECT_EQ(item->savedSubject(), QStringLiteral("Plan"));
+    EXPECT_EQ(a.data().TxtTable[1].Sender, QStringLiteral("boss@work.example"));
+    EXPECT_EQ(a.data().TxtTable[1].Flag, kFalse);
+    EXPECT_TRUE(a.fileBytes(kTxtDataFile).contains("boss@work.example"));
+    EXPECT_EQ(a.fileBytes(kTrustedFile), trustedBefore);
+}
+
+TEST(AddinScenario, BuildWithEmptySentAndJunkOnlyLearnsTheFolders) {
+    Addin a;
+    a.writeSmallDatabase();
+    a.connectToHost();
+    const QByteArray trustedBefore = a.fileBytes(kTrustedFile);
+    a.connect->collect_emails();
+    EXPECT_EQ(a.data().TrustedList.upperBound(), 0); // emptied in memory only
+    EXPECT_EQ(a.fileBytes(kTrustedFile), trustedBefore);
+    EXPECT_EQ(a.windows.window().counterText(), QStringLiteral("Done"));
+}
+
+TEST(AddinScenario, ClosingTheToolWindowStopsABuild) {
+    Addin a;
+    a.writeSmallDatabase();
+    a.connectToHost();
+    QFile::remove(a.dataFile(kTxtDataFile));
+    MessageContent sent = mail(QStringLiteral("me@home.example"), QStringLiteral("Hi"), kWorkBody);
+    sent.recipients = {QStringLiteral("pal@club.example")};
+    a.app->place(a.app->sentItems(), sent);
+    a.app->place(a.app->junk(),
+                 mail(QStringLiteral("s@shop.example"), QStringLiteral("W"), kSpamBody));
+    // The user closes the window while the sent stage runs.
+    QMetaObject::invokeMethod(
+        QCoreApplication::instance(), [&] { a.connect->state().flags.StopBuild = kTrue; },
+        Qt::QueuedConnection);
+    a.connect->collect_emails();
+    EXPECT_EQ(a.connect->state().flags.DatabaseBuilding, kTrue);
+    EXPECT_FALSE(QFile::exists(a.dataFile(kTxtDataFile))); // the spam tables are not written
+    EXPECT_EQ(a.data().TrustedList, stringListOf({"pal@club.example"}));
+    EXPECT_FALSE(a.windows.isShown());
+    // Classification stays off until the next start.
+    const auto item =
+        a.app->deliver(mail(QStringLiteral("s@shop.example"), QStringLiteral("W2"), kSpamBody));
+    EXPECT_EQ(item->folder(), &a.app->inbox());
+}
+
+TEST(AddinScenario, HandlerFailuresAreReportedWithTheirLabels) {
+    RecordingSink sink;
+    Addin a;
+    a.writeSmallDatabase();
+    a.connectToHost();
+    const auto item = a.app->place(a.app->junk(), mail(QStringLiteral("b@x.example"),
+                                                       QStringLiteral("{S:99%} Hi"), kWorkBody));
+    item->setFailing(MemoryItem::Operation::Save);
+    a.app->userMove({item}, a.app->inbox());
+    ASSERT_EQ(sink.messages.size(), 1);
+    EXPECT_TRUE(sink.messages[0].startsWith(QStringLiteral("Junkremove_error: Automation error")))
+        << sink.messages[0].toStdString();
+}
+
+TEST(AddinScenario, OnlyMailIsJudgedAndAnEmptyInboxSweepJustSaysDone) {
+    Addin a;
+    a.writeSmallDatabase();
+    a.connectToHost();
+    const auto example = a.app->place(a.app->inbox(), mail(QStringLiteral("spammer@shop.example"),
+                                                           QStringLiteral("W"), kSpamBody));
+    a.app->userMove({example}, a.app->junk());
+    MessageContent meeting =
+        mail(QStringLiteral("x@shop.example"), QStringLiteral("Meet"), kSpamBody);
+    meeting.itemClass = 53;
+    meeting.typeName = QStringLiteral("MeetingItem");
+    const auto items = a.app->deliver(
+        {mail(QStringLiteral("a1@shop.example"), QStringLiteral("A"), kSpamBody), meeting,
+         mail(QStringLiteral("a2@shop.example"), QStringLiteral("B"), kSpamBody)});
+    EXPECT_EQ(items[0]->folder(), &a.app->junk());
+    EXPECT_EQ(items[1]->folder(), &a.app->inbox());
+    EXPECT_EQ(items[2]->folder(), &a.app->junk());
+
+    items[1]->move(a.app->deletedItems());
+    ASSERT_EQ(a.app->inbox().Items().Count(), 0);
+    a.connect->CLR_Click();
+    EXPECT_EQ(a.windows.window().statusText(), QStringLiteral("Done"));
+    EXPECT_EQ(a.connect->state().flags.SelfMoving, kFalse);
 }
 
 TEST(FolderNames, SkippedAndRefusedWords) {
