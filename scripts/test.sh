@@ -19,7 +19,9 @@ run_suite() {
   local dir=$1; shift
   cmake -S . -B "$dir" -G Ninja "$@" >/dev/null
   cmake --build "$dir"
-  QT_QPA_PLATFORM=offscreen ctest --test-dir "$dir" --output-on-failure -j2
+  QT_QPA_PLATFORM=offscreen \
+  LSAN_OPTIONS="suppressions=$PWD/tests/lsan.supp${LSAN_OPTIONS:+:$LSAN_OPTIONS}" \
+    ctest --test-dir "$dir" --output-on-failure -j2
 }
 
 run_suite build
