@@ -2,6 +2,7 @@
 
 #include "addin/Connect.h"
 #include "addin/HeadlessAddinWindows.h"
+#include "app/DemoMailbox.h"
 #include "app/DemoMessage.h"
 #include "hosts/memory/MemoryApplication.h"
 #include "store/ListFile.h"
@@ -36,17 +37,6 @@ std::optional<DemoOptions> parseOptions(const QStringList& arguments, QTextStrea
     return options;
 }
 
-memory::MessageContent contentOf(const DemoMessage& message) {
-    memory::MessageContent content;
-    content.sender = message.sender;
-    content.subject = message.subject;
-    content.body = message.body;
-    content.recipients = message.recipients;
-    if (!message.attachmentName.isEmpty())
-        content.attachments.append({message.attachmentName, QString(), message.attachment});
-    return content;
-}
-
 // The filter attached to an in-memory mail client holding the demo's mail.
 class Demo {
 public:
@@ -59,11 +49,6 @@ public:
     int run();
 
 private:
-    // The demo messages of one folder, in name order; unreadable ones are
-    // reported and left out.
-    QList<DemoMessage> messagesIn(const QString& folder);
-    int placeAll(const QString& folder, memory::MemoryFolder& into);
-
     const DemoOptions& m_options;
     QString m_workRoot;
     QTextStream& m_out;
@@ -75,32 +60,11 @@ private:
     Connect m_connect;
 };
 
-QList<DemoMessage> Demo::messagesIn(const QString& folder) {
-    QList<DemoMessage> messages;
-    const QDir dir(QDir(m_options.demoDir).filePath(folder));
-    const QString pictures = QDir(m_options.demoDir).filePath(QStringLiteral("pictures"));
-    for (const QString& name : dir.entryList({QStringLiteral("*.txt")}, QDir::Files, QDir::Name)) {
-        QString error;
-        if (auto message = readDemoMessage(dir.filePath(name), pictures, error))
-            messages.append(*message);
-        else
-            m_err << "velmora demo: " << error << '\n';
-    }
-    return messages;
-}
-
-int Demo::placeAll(const QString& folder, memory::MemoryFolder& into) {
-    const QList<DemoMessage> messages = messagesIn(folder);
-    for (const DemoMessage& message : messages)
-        m_app->place(into, contentOf(message));
-    return int(messages.size());
-}
-
 int Demo::run() {
-    placeAll(QStringLiteral("sent"), m_app->sentItems());
-    const int spam = placeAll(QStringLiteral("learn/spam"), m_app->junk());
-    const int good = placeAll(QStringLiteral("learn/good"),
-                              m_app->addFolder(m_app->store(), QStringLiteral("Friends")));
+    const DemoMailbox mailbox = loadDemoMailbox(m_options.demoDir, false, m_err);
+    m_app = mailbox.app;
+    const int spam = mailbox.spam;
+    const int good = mailbox.good;
 
     m_connect.OnConnection(m_app);
     m_connect.analyseFolders(); // the tool window's "Analyse Folders"
@@ -120,7 +84,8 @@ int Demo::run() {
           << ", restricted words: " << data.RestrictedList.upperBound() << '\n'
           << "Levels: picture " << levels.LevelP << " %, text " << levels.LevelT << " %\n\n";
 
-    for (const DemoMessage& message : messagesIn(QStringLiteral("incoming"))) {
+    for (const DemoMessage& message :
+         demoMessagesIn(m_options.demoDir, QStringLiteral("incoming"), m_err)) {
         const auto item = m_app->deliver(contentOf(message));
         const bool spam = item->folder() == &m_app->junk();
         m_out << message.fileName << "  from " << message.sender << "\n  "

@@ -1,12 +1,27 @@
 #include "app/CommandLine.h"
 
+#include <QApplication>
 #include <QCoreApplication>
 #include <QTextStream>
 
-#include <cstdio>
+#include <cstring>
+#include <memory>
 
 int main(int argc, char** argv) {
-    QCoreApplication app(argc, argv);
+    // Only the window needs a window system; everything else runs anywhere.
+    const bool window = argc > 1 && std::strcmp(argv[1], "window") == 0;
+    if (window && qEnvironmentVariableIsEmpty("DISPLAY") &&
+        qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+        qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        QTextStream(stderr) << "velmora window: no display (set DISPLAY, or run it under "
+                               "xvfb-run)\n";
+        return 1;
+    }
+    std::unique_ptr<QCoreApplication> app;
+    if (window)
+        app = std::make_unique<QApplication>(argc, argv);
+    else
+        app = std::make_unique<QCoreApplication>(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("velmora"));
     QTextStream out(stdout);
     QTextStream err(stderr);
