@@ -5,6 +5,7 @@
 #include "analysis/FilterState.h"
 #include "settings/SettingsStore.h"
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -111,6 +112,10 @@ private:
     // the changed tables when the whole selection has arrived.
     void batchedSave(bool includeTrusted);
     void rememberSelection();
+    // The common part of the removal handlers: each remembered selected mail
+    // or post item loses its tags and is handed to `handle`. False when there
+    // was nothing remembered or the database prompt ended the handler.
+    bool handleRemovedSelection(const std::function<void(MailItemView&)>& handle);
     void LearnFolder(HostFolder& folder);
     // The user's answer that a sender both junk and trusted is to be
     // trusted: its records go and its mails leave Junk for the Inbox.

@@ -38,14 +38,9 @@ void Connect::batchedSave(bool includeTrusted) {
     --SelectionCount;
     if (SelectionCount != 0)
         return;
-    if (data.PicChanged != kFalse)
-        WritePicTable(data);
-    if (data.TxtChanged != kFalse)
-        WriteTxtTable(data);
+    saveChangedTables(data);
     if (includeTrusted && data.TrustChanged != kFalse)
         WriteARRAY(data.TrustedList, data.folder.dataFile(kTrustedFile));
-    data.PicChanged = kFalse;
-    data.TxtChanged = kFalse;
     data.TrustChanged = kFalse;
 }
 
@@ -73,29 +68,38 @@ void Connect::junkemail_ItemAdd(const MailItemRef& item) {
     }
 }
 
+bool Connect::handleRemovedSelection(const std::function<void(MailItemView&)>& handle) {
+    SpamData& data = m_state.data;
+    data.TxtChanged = kFalse;
+    data.PicChanged = kFalse;
+    if (!ActiveSelection)
+        return false;
+    if (!databasePromptLetsHandlerGoOn())
+        return false;
+    // A copy: events run while the items are handled may replace the
+    // remembered selection.
+    const QList<MailItemRef> selection = *ActiveSelection;
+    for (const MailItemRef& item : selection) {
+        if (!isMailOrPost(*item))
+            continue;
+        cleanSubject(*item);
+        handle(*item);
+    }
+    ActiveSelection.reset();
+    return true;
+}
+
 void Connect::junkemail_ItemRemove() {
     try {
         SpamData& data = m_state.data;
-        data.TxtChanged = kFalse;
-        data.PicChanged = kFalse;
-        if (!ActiveSelection)
-            return;
-        if (!databasePromptLetsHandlerGoOn())
-            return;
-        // A copy: events run while the items are handled may replace the
-        // remembered selection.
-        const QList<MailItemRef> selection = *ActiveSelection;
-        for (const MailItemRef& item : selection) {
-            if (!isMailOrPost(*item))
-                continue;
-            cleanSubject(*item);
-            const QString sender = item->senderEmailAddress();
+        const bool handled = handleRemovedSelection([&](MailItemView& item) {
+            const QString sender = item.senderEmailAddress();
             AddMailAddr(data.TrustedList, vbLCase(sender));
-            const bool picture = CheckPictureAttachment(m_state, *item);
+            const bool picture = CheckPictureAttachment(m_state, item);
             // Intended: the senders are compared as received, though records
             // hold them in lower case, so capitals find nothing.
             if (!picture && !data.TxtTable.isEmpty()) {
-                const int lines = bodyLineBound(*item);
+                const int lines = bodyLineBound(item);
                 for (int i = 1; i <= data.TxtTable.upperBound(); ++i) {
                     TxtRec& rec = data.TxtTable[i];
                     if (rec.LineCount == lines && rec.Sender == sender) {
@@ -119,15 +123,11 @@ void Connect::junkemail_ItemRemove() {
                 }
                 DeleteFile(data.folder.workRoot() + m_state.picture.attachment->fileName());
             }
-        }
-        ActiveSelection.reset();
+        });
+        if (!handled)
+            return;
         WriteARRAY(data.TrustedList, data.folder.dataFile(kTrustedFile));
-        if (data.PicChanged != kFalse)
-            WritePicTable(data);
-        if (data.TxtChanged != kFalse)
-            WriteTxtTable(data);
-        data.PicChanged = kFalse;
-        data.TxtChanged = kFalse;
+        saveChangedTables(data);
     } catch (const VbError& error) {
         showMessage(QStringLiteral("Junkremove_error: ") + error.description());
     }
@@ -135,27 +135,8 @@ void Connect::junkemail_ItemRemove() {
 
 void Connect::inboxemail_ItemRemove() {
     try {
-        SpamData& data = m_state.data;
-        data.TxtChanged = kFalse;
-        data.PicChanged = kFalse;
-        if (!ActiveSelection)
-            return;
-        if (!databasePromptLetsHandlerGoOn())
-            return;
-        const QList<MailItemRef> selection = *ActiveSelection;
-        for (const MailItemRef& item : selection) {
-            if (!isMailOrPost(*item))
-                continue;
-            cleanSubject(*item);
-            LearnEmail(m_state, *item, kFalse);
-        }
-        ActiveSelection.reset();
-        if (data.PicChanged != kFalse)
-            WritePicTable(data);
-        if (data.TxtChanged != kFalse)
-            WriteTxtTable(data);
-        data.PicChanged = kFalse;
-        data.TxtChanged = kFalse;
+        if (handleRemovedSelection([&](MailItemView& item) { LearnEmail(m_state, item, kFalse); }))
+            saveChangedTables(m_state.data); // the trusted list is not written here
     } catch (const VbError& error) {
         showMessage(QStringLiteral("Inboxemail_error: ") + error.description());
     }

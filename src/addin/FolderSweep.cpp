@@ -2,30 +2,17 @@
 // spam moves to the Junk folder. One pass; it may be run again.
 #include "addin/Connect.h"
 
+#include "addin/TableEdit.h"
+
 #include "analysis/Classifier.h"
 #include "base/HostYield.h"
 #include "base/MessageSink.h"
 #include "base/Rounding.h"
 #include "base/VbError.h"
-#include "store/PicTableFile.h"
-#include "store/TxtTableFile.h"
 
 #include <cmath>
 
 namespace velmora {
-namespace {
-
-void saveChangedTables(SpamData& data) {
-    if (data.PicChanged != kFalse)
-        WritePicTable(data);
-    if (data.TxtChanged != kFalse)
-        WriteTxtTable(data);
-    data.TxtChanged = kFalse;
-    data.PicChanged = kFalse;
-}
-
-} // namespace
-
 // Walks the folder with its own cursor while spam is moved out of it, so an
 // item that follows a moved one is passed over: intended, the user can sweep
 // again. Host failures end the walk (VbError to the caller).

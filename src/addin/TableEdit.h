@@ -1,6 +1,9 @@
 #pragma once
 
 #include "base/HostYield.h"
+#include "store/PicTableFile.h"
+#include "store/SpamData.h"
+#include "store/TxtTableFile.h"
 
 namespace velmora {
 
@@ -15,6 +18,16 @@ void removeSlot(Table& table, int index, bool yieldEachMove) {
             yieldToHost();
     }
     table.removeLast();
+}
+
+// Writes the tables whose change flags are set, then clears both flags.
+inline void saveChangedTables(SpamData& data) {
+    if (data.PicChanged != kFalse)
+        WritePicTable(data);
+    if (data.TxtChanged != kFalse)
+        WriteTxtTable(data);
+    data.PicChanged = kFalse;
+    data.TxtChanged = kFalse;
 }
 
 } // namespace velmora
