@@ -134,6 +134,10 @@ private:
 bool IsSkippedFolderName(const QString& name);
 bool IsRefusedFolderName(const QString& name);
 
+// "<folder name> <count>" as the database build shows it, cut to fit twenty
+// characters. Kept as it always was: a cut name loses its last character too.
+QString folderCountStatus(const QString& name, std::int16_t count);
+
 // The subject without the filter's tags: nine characters go when it starts
 // with "{S:" (whatever the score's length), then eight when it then starts
 // with "{RESTR}".

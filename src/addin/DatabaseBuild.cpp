@@ -45,16 +45,6 @@ int progressAt(int k, double step) {
     return int(std::floor(k * step));
 }
 
-// "<folder name> <count>", cut to fit twenty characters. Kept as it always
-// was: a cut name loses its last character too.
-QString folderCountStatus(const QString& name, std::int16_t count) {
-    const QString number = QString::number(count);
-    if (name.size() + number.size() < 20)
-        return name + QLatin1Char(' ') + number;
-    const qsizetype start = name.size() - 19 + number.size(); // 1-based
-    return name.mid(start - 1, 19 - number.size()) + QLatin1Char(' ') + number;
-}
-
 // Deletes every record of `sender`. Kept as it always was: the position a
 // deletion has just filled is not looked at again, so of two neighbouring
 // records of the sender the second stays.
@@ -69,6 +59,14 @@ void deleteRecordsOf(Table& table, const QString& sender) {
 }
 
 } // namespace
+
+QString folderCountStatus(const QString& name, std::int16_t count) {
+    const QString number = QString::number(count);
+    if (name.size() + number.size() < 20)
+        return name + QLatin1Char(' ') + number;
+    const qsizetype start = name.size() - 19 + number.size(); // 1-based
+    return name.mid(start - 1, 19 - number.size()) + QLatin1Char(' ') + number;
+}
 
 void Connect::collect_emails() {
     FilterFlags& flags = m_state.flags;

@@ -497,6 +497,68 @@ TEST(AddinScenario, OnlyMailIsJudgedAndAnEmptyInboxSweepJustSaysDone) {
     EXPECT_EQ(a.connect->state().flags.SelfMoving, kFalse);
 }
 
+TEST(AddinScenario, BuildLearnsOnlyTheUsersFoldersOneLevelDown) {
+    Addin a;
+    a.writeSmallDatabase();
+    a.connectToHost();
+    MemoryFolder& archive = a.app->addStore(QStringLiteral("Archive Folders"));
+    a.app->place(a.app->addFolder(archive, QStringLiteral("2019")),
+                 mail(QStringLiteral("archived@x.example"), QStringLiteral("A"), kWorkBody));
+    MemoryFolder& clients = a.app->addFolder(a.app->store(), QStringLiteral("Clients"));
+    a.app->place(clients, mail(QStringLiteral("own@x.example"), QStringLiteral("A"), kWorkBody));
+    MemoryFolder& acme = a.app->addFolder(clients, QStringLiteral("Acme Corporation Projects"));
+    a.app->place(acme, mail(QStringLiteral("child@x.example"), QStringLiteral("A"), kWorkBody));
+    a.app->place(a.app->addFolder(acme, QStringLiteral("Deep")),
+                 mail(QStringLiteral("deep@x.example"), QStringLiteral("A"), kWorkBody));
+    a.connect->collect_emails();
+    QStringList senders;
+    for (const TxtRec& rec : a.data().TxtTable)
+        senders.append(rec.Sender);
+    EXPECT_TRUE(senders.contains(QStringLiteral("child@x.example")));
+    EXPECT_FALSE(senders.contains(QStringLiteral("own@x.example")));      // has subfolders
+    EXPECT_FALSE(senders.contains(QStringLiteral("deep@x.example")));     // two levels down
+    EXPECT_FALSE(senders.contains(QStringLiteral("archived@x.example"))); // archive store
+}
+
+TEST(AddinScenario, PictureMailsAreLearntSwitchedOffAndForgotten) {
+    Addin a;
+    a.writeSmallDatabase();
+    a.connectToHost();
+    MemoryFolder& projects = a.app->addFolder(a.app->store(), QStringLiteral("Projects"));
+    const QByteArray png = pictureFile(solidPicture(60, 60, qRgb(0, 0, 0)), "PNG", 3000);
+    const auto item = a.app->place(
+        projects, pictureMail(QStringLiteral("pics@shop.example"), QStringLiteral("Look"),
+                              QStringLiteral("p.png"), png, QStringLiteral("Shown.png")));
+    a.app->userMove({item}, a.app->junk());
+    ASSERT_EQ(a.data().PicTable.upperBound(), 2);
+    EXPECT_EQ(a.data().PicTable[1].Sender, QStringLiteral("pics@shop.example"));
+    EXPECT_EQ(a.data().PicTable[1].Attachment, QStringLiteral("p.png"));
+    EXPECT_EQ(a.data().PicTable[1].Flag, kTrue);
+    EXPECT_TRUE(a.fileBytes(kPicDataFile).startsWith("S\xB5pics@shop.example"));
+
+    // Out of Junk: the entry is looked up by the attachment's shown name,
+    // which differs from the stored file name here, so it stays spam.
+    a.app->userMove({item}, projects);
+    EXPECT_EQ(a.data().PicTable[1].Flag, kTrue);
+    EXPECT_TRUE(
+        QFile::exists(a.workRoot + QStringLiteral("Shown.png"))); // deleted by file name only
+
+    // Deleted: the entry with its sender, subject and file name goes.
+    a.app->userMove({item}, a.app->deletedItems());
+    EXPECT_EQ(a.data().PicTable.upperBound(), 1);
+    EXPECT_FALSE(a.fileBytes(kPicDataFile).contains("pics@shop.example"));
+}
+
+TEST(FolderNames, CountStatusIsCutToFitTwentyCharacters) {
+    EXPECT_EQ(folderCountStatus(QStringLiteral("Projects"), 7), QStringLiteral("Projects 7"));
+    // 18 + 1 characters still fit; 19 + 1 do not. A cut name also loses its
+    // last character, as it always has.
+    EXPECT_EQ(folderCountStatus(QStringLiteral("ABCDEFGHIJKLMNOPQR"), 7),
+              QStringLiteral("ABCDEFGHIJKLMNOPQR 7"));
+    EXPECT_EQ(folderCountStatus(QStringLiteral("Correspondence with Acme"), 12),
+              QStringLiteral("pondence with Acm 12"));
+}
+
 TEST(FolderNames, SkippedAndRefusedWords) {
     EXPECT_TRUE(IsSkippedFolderName(QStringLiteral("Inbox")));
     EXPECT_FALSE(IsRefusedFolderName(QStringLiteral("Inbox")));
