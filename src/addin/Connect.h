@@ -112,6 +112,9 @@ private:
     // the changed tables when the whole selection has arrived.
     void batchedSave(bool includeTrusted);
     void rememberSelection();
+    // The start of the ItemAdd handlers: nothing while the add-in moves items
+    // itself, then the database prompt; clears the table change flags.
+    bool itemAddHandlerGoesOn();
     // The common part of the removal handlers: each remembered selected mail
     // or post item loses its tags and is handed to `handle`. False when there
     // was nothing remembered or the database prompt ended the handler.

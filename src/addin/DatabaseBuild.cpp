@@ -123,48 +123,45 @@ void Connect::collect_emails() {
         // Junk stage: every message there is spam.
         const int junkCount = itemCountOf(*JunkFolder);
         if (junkCount >= 1) {
-            m_itemCounter = 0;
-            const double step = progressStep(junkCount);
-            for (int k = 1; k <= junkCount; ++k) {
-                if (stopped())
-                    return;
-                yieldToHost();
-                ignoringHostErrors([&] {
-                    const MailItemRef item = JunkFolder->Items().Item(k);
-                    if (!isMailOrPost(*item))
-                        return;
-                    box.setProgress(progressAt(k, step));
-                    LearnEmail(m_state, *item, kTrue);
-                    count();
-                });
-            }
-
+            // Walks the Junk folder's mail and post items, with the progress
+            // bar; false when the build was stopped.
+            const auto walkJunk = [&](int itemCount,
+                                      const std::function<void(MailItemView&)>& handle) {
+                m_itemCounter = 0;
+                const double step = progressStep(itemCount);
+                for (int k = 1; k <= itemCount; ++k) {
+                    if (stopped())
+                        return false;
+                    yieldToHost();
+                    ignoringHostErrors([&] {
+                        const MailItemRef item = JunkFolder->Items().Item(k);
+                        if (!isMailOrPost(*item))
+                            return;
+                        box.setProgress(progressAt(k, step));
+                        handle(*item);
+                        count();
+                    });
+                }
+                return true;
+            };
+            if (!walkJunk(junkCount, [&](MailItemView& item) { LearnEmail(m_state, item, kTrue); }))
+                return;
             // Conflicts: a sender both in Junk and trusted is settled by the user.
-            m_itemCounter = 0;
-            const int conflictCount = itemCountOf(*JunkFolder);
-            for (int k = 1; k <= conflictCount; ++k) {
-                if (stopped())
+            const bool finished = walkJunk(itemCountOf(*JunkFolder), [&](MailItemView& item) {
+                const QString sender = vbLCase(item.senderEmailAddress());
+                const int p = SearchinTrust(data.TrustedList, sender);
+                if (p <= 0)
                     return;
-                yieldToHost();
-                ignoringHostErrors([&] {
-                    const MailItemRef item = JunkFolder->Items().Item(k);
-                    if (!isMailOrPost(*item))
-                        return;
-                    box.setProgress(progressAt(k, step));
-                    const QString sender = vbLCase(item->senderEmailAddress());
-                    const int p = SearchinTrust(data.TrustedList, sender);
-                    if (p > 0) {
-                        askAboutAddressConflict(flags, m_state.prompts, sender);
-                        if (flags.PromptClosed != kFalse) {
-                            removeSlot(data.TrustedList, p, false);
-                            data.TrustChanged = kTrue;
-                        }
-                        if (flags.PromptAccepted != kFalse)
-                            trustSenderFromJunk(sender);
-                    }
-                    count();
-                });
-            }
+                askAboutAddressConflict(flags, m_state.prompts, sender);
+                if (flags.PromptClosed != kFalse) {
+                    removeSlot(data.TrustedList, p, false);
+                    data.TrustChanged = kTrue;
+                }
+                if (flags.PromptAccepted != kFalse)
+                    trustSenderFromJunk(sender);
+            });
+            if (!finished)
+                return;
         }
         if (data.TrustChanged != kFalse)
             WriteARRAY(data.TrustedList, data.folder.dataFile(kTrustedFile));

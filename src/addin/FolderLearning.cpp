@@ -44,15 +44,21 @@ void Connect::batchedSave(bool includeTrusted) {
     data.TrustChanged = kFalse;
 }
 
+bool Connect::itemAddHandlerGoesOn() {
+    if (m_state.flags.SelfMoving != kFalse)
+        return false; // the add-in's own move: nothing to learn
+    if (!databasePromptLetsHandlerGoOn())
+        return false;
+    m_state.data.TxtChanged = kFalse;
+    m_state.data.PicChanged = kFalse;
+    return true;
+}
+
 void Connect::junkemail_ItemAdd(const MailItemRef& item) {
     try {
-        if (m_state.flags.SelfMoving != kFalse)
-            return;
-        if (!databasePromptLetsHandlerGoOn())
+        if (!itemAddHandlerGoesOn())
             return;
         SpamData& data = m_state.data;
-        data.TxtChanged = kFalse;
-        data.PicChanged = kFalse;
         data.TrustChanged = kFalse;
         if (isMailOrPost(*item)) {
             const int p = SearchinTrust(data.TrustedList, vbLCase(item->senderEmailAddress()));
@@ -144,13 +150,9 @@ void Connect::inboxemail_ItemRemove() {
 
 void Connect::deletedemail_ItemAdd(const MailItemRef& item) {
     try {
-        if (m_state.flags.SelfMoving != kFalse)
-            return;
-        if (!databasePromptLetsHandlerGoOn())
+        if (!itemAddHandlerGoesOn())
             return;
         SpamData& data = m_state.data;
-        data.TxtChanged = kFalse;
-        data.PicChanged = kFalse;
         if (isMailOrPost(*item)) {
             // Intended: always the normalised subject, which text records
             // (keeping the raw one) match only when it has nothing to strip.

@@ -19,10 +19,7 @@ using memory::MessageContent;
 
 namespace {
 
-const QString kSpamBody = mailBody({QStringLiteral("Cheap watches for sale, all brands"),
-                                    QStringLiteral("Order at www.watches.example/buy"),
-                                    QStringLiteral("Only this week, free delivery"),
-                                    QStringLiteral("Unsubscribe below")});
+const QString kSpamBody = spamBody();
 const QString kWorkBody =
     mailBody({QStringLiteral("Hi, the meeting moved to Thursday at ten."),
               QStringLiteral("Please bring the draft report."), QStringLiteral("Thanks, Anna")});

@@ -10,10 +10,7 @@ using memory::MessageContent;
 
 namespace {
 
-const QString kSpamBody = mailBody({QStringLiteral("Cheap watches for sale, all brands"),
-                                    QStringLiteral("Order at www.watches.example/buy"),
-                                    QStringLiteral("Only this week, free delivery"),
-                                    QStringLiteral("Unsubscribe below")});
+const QString kSpamBody = spamBody();
 
 // Puts a learnt example of `body` into the text table.
 void learnText(FilterFixture& f, const QString& sender, const QString& body, std::int16_t spam) {

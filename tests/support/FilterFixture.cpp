@@ -69,4 +69,11 @@ QString mailBody(const QStringList& lines) {
     return body;
 }
 
+QString spamBody() {
+    return mailBody({QStringLiteral("Cheap watches for sale, all brands"),
+                     QStringLiteral("Order at www.watches.example/buy"),
+                     QStringLiteral("Only this week, free delivery"),
+                     QStringLiteral("Unsubscribe below")});
+}
+
 } // namespace velmora::test

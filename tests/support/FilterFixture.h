@@ -52,4 +52,7 @@ QImage solidPicture(int width, int height, QRgb colour);
 // Lines of text ended by CR LF, as mail bodies are.
 QString mailBody(const QStringList& lines);
 
+// A short advertising mail body with a link, for examples of spam.
+QString spamBody();
+
 } // namespace velmora::test
