@@ -38,7 +38,10 @@ public:
     // Brings the tool window to the front and shows it (without preparing).
     virtual void bringToolBoxToFront() = 0;
     virtual void hideToolBox() = 0;
-    // Unloads the tool window and the prompts.
+    // When the add-in lets go of the host: closes the tool window as the user
+    // would (so a running build stops before its next item) and unloads the
+    // address-conflict prompt. The database prompt is left alone: a handler
+    // waiting on it ends when the user answers.
     virtual void unloadForms() = 0;
 
     virtual PromptDialogs& prompts() = 0;

@@ -1,5 +1,6 @@
 #include "addin/Connect.h"
 
+#include "addin/host/HeldReference.h"
 #include "base/HostYield.h"
 #include "base/MessageSink.h"
 #include "base/VbError.h"
@@ -61,6 +62,7 @@ void Connect::initAll() {
 
 void Connect::OnConnection(const std::shared_ptr<HostApplication>& application) {
     try {
+        held(application);
         VBInstance = application;
         OutlookApp = application;
         m_olOutlook.object = application;
@@ -72,9 +74,10 @@ void Connect::OnConnection(const std::shared_ptr<HostApplication>& application) 
         m_state.application = application;
 
         MapiNamespace = application->GetNamespace(QStringLiteral("MAPI"));
+        held(MapiNamespace);
 
         m_olExplorer.object = application->ActiveExplorer();
-        HostExplorer& explorer = *m_olExplorer.object;
+        HostExplorer& explorer = held(m_olExplorer.object);
         m_olExplorer.events.push_back(
             explorer.BeforeItemCopy.subscribe([this] { m_olExplorer_BeforeItemCopy(); }));
         m_olExplorer.events.push_back(
@@ -87,21 +90,22 @@ void Connect::OnConnection(const std::shared_ptr<HostApplication>& application) 
         AllFolders = MapiNamespace->Folders();
 
         JunkFolder = MapiNamespace->GetDefaultFolder(DefaultFolderJunk);
+        held(JunkFolder);
         InboxFolder = MapiNamespace->GetDefaultFolder(DefaultFolderInbox);
         SentFolder = MapiNamespace->GetDefaultFolder(DefaultFolderSent);
         DeletedFolder = MapiNamespace->GetDefaultFolder(DefaultFolderDeleted);
 
-        auto wireItems = [](Wired<HostItems>& member, HostFolder& folder) {
+        auto wireItems = [](Wired<HostItems>& member, const FolderRef& folder) {
             member.object =
-                std::shared_ptr<HostItems>(std::shared_ptr<HostItems>(), &folder.Items());
+                std::shared_ptr<HostItems>(std::shared_ptr<HostItems>(), &held(folder).Items());
         };
-        wireItems(deletedemail, *DeletedFolder);
+        wireItems(deletedemail, DeletedFolder);
         deletedemail.events.push_back(deletedemail.object->ItemAdd.subscribe(
             [this](const MailItemRef& item) { deletedemail_ItemAdd(item); }));
-        wireItems(inboxemail, *InboxFolder);
+        wireItems(inboxemail, InboxFolder);
         inboxemail.events.push_back(
             inboxemail.object->ItemRemove.subscribe([this] { inboxemail_ItemRemove(); }));
-        wireItems(junkemail, *JunkFolder);
+        wireItems(junkemail, JunkFolder);
         junkemail.events.push_back(junkemail.object->ItemAdd.subscribe(
             [this](const MailItemRef& item) { junkemail_ItemAdd(item); }));
         junkemail.events.push_back(
@@ -110,10 +114,10 @@ void Connect::OnConnection(const std::shared_ptr<HostApplication>& application) 
         JunkFolderID = JunkFolder->EntryID();
         DeletedFolderID = DeletedFolder->EntryID();
         InboxFolderID = InboxFolder->EntryID();
-        SentFolderID = SentFolder->EntryID();
+        SentFolderID = held(SentFolder).EntryID();
 
-        OutlookCmdBars = application->ActiveExplorer()->commandBars();
-        OutlookMenuBar = OutlookCmdBars->Item(QStringLiteral("Standard"));
+        OutlookCmdBars = held(application->ActiveExplorer()).commandBars();
+        OutlookMenuBar = held(OutlookCmdBars).Item(QStringLiteral("Standard"));
         if (!OutlookMenuBar)
             throw VbError(VbError::AutomationError, QStringLiteral("no \"Standard\" command bar"));
         buildMenu();
@@ -127,36 +131,49 @@ void Connect::OnConnection(const std::shared_ptr<HostApplication>& application) 
 }
 
 void Connect::buildMenu() {
+    // A single property write or control the host refuses is passed over: the
+    // menu is built as far as the host lets it be.
+    const auto tolerated = [](const auto& write) {
+        try {
+            write();
+        } catch (const VbError&) {
+        }
+    };
     // A pop-up left over from a run that did not close cleanly goes first.
-    for (const ControlRef& control : OutlookMenuBar->Controls()) {
-        if (control->caption() == kMenuCaption)
-            control->deleteControl();
+    QList<ControlRef> controls;
+    tolerated([&] { controls = OutlookMenuBar->Controls(); });
+    for (const ControlRef& control : controls) {
+        tolerated([&] {
+            if (held(control).caption() == kMenuCaption)
+                control->deleteControl();
+        });
     }
-    const ControlRef popup = OutlookMenuBar->add(ControlType::Popup, true);
-    popup->setCaption(kMenuCaption);
-    popup->setEnabled(true);
+    ControlRef popup;
+    tolerated([&] { popup = OutlookMenuBar->add(ControlType::Popup, true); });
+    tolerated([&] { held(popup).setCaption(kMenuCaption); });
+    tolerated([&] { held(popup).setEnabled(true); });
 
-    SBM.object = popup->add(ControlType::Button, true);
-    SBM.object->setStyle(kIconAndCaption);
-    SBM.object->setFaceId(kOpenFace);
-    SBM.object->setCaption(QStringLiteral("&Open Command Bar"));
-    SBM.object->setEnabled(true);
-    SBM.events.push_back(SBM.object->Click.subscribe([this] { SBM_Click(); }));
-
-    SBH.object = popup->add(ControlType::Button, true);
-    SBH.object->setStyle(kIconAndCaption);
-    SBH.object->setFaceId(kHelpFace);
-    SBH.object->setCaption(QStringLiteral("&Help"));
-    SBH.object->setEnabled(true);
-    SBH.events.push_back(SBH.object->Click.subscribe([this] { SBH_Click(); }));
+    // Adds one button to the pop-up, with its property writes in the order
+    // given, and wires its Click to `onClick`.
+    const auto addButton = [&](Wired<CommandBarControl>& member, const QString& caption, int faceId,
+                               bool captionBeforeFace, void (Connect::*onClick)()) {
+        tolerated([&] { member.object = held(popup).add(ControlType::Button, true); });
+        if (!member)
+            return;
+        CommandBarControl& button = *member.object;
+        tolerated([&] { button.setStyle(kIconAndCaption); });
+        if (captionBeforeFace)
+            tolerated([&] { button.setCaption(caption); });
+        tolerated([&] { button.setFaceId(faceId); });
+        if (!captionBeforeFace)
+            tolerated([&] { button.setCaption(caption); });
+        tolerated([&] { button.setEnabled(true); });
+        member.events.push_back(button.Click.subscribe([this, onClick] { (this->*onClick)(); }));
+    };
+    addButton(SBM, QStringLiteral("&Open Command Bar"), kOpenFace, false, &Connect::SBM_Click);
+    addButton(SBH, QStringLiteral("&Help"), kHelpFace, false, &Connect::SBH_Click);
     initAll(); // runs twice while the menu is built; harmless, and kept
-
-    clr.object = popup->add(ControlType::Button, true);
-    clr.object->setStyle(kIconAndCaption);
-    clr.object->setCaption(QStringLiteral("&Move Spam from Inbox"));
-    clr.object->setFaceId(kSweepFace);
-    clr.object->setEnabled(true);
-    clr.events.push_back(clr.object->Click.subscribe([this] { CLR_Click(); }));
+    addButton(clr, QStringLiteral("&Move Spam from Inbox"), kSweepFace, true, &Connect::CLR_Click);
     initAll();
 }
 
@@ -183,7 +200,8 @@ void Connect::clearWorkRoot() {
     if (!FileExists(root))
         return;
     const QDir dir(root);
-    for (const QString& name : dir.entryList(QDir::Files, QDir::NoSort)) {
+    for (const QString& name :
+         dir.entryList(QDir::Files | QDir::Hidden | QDir::System, QDir::NoSort)) {
         if (!QFile::remove(dir.filePath(name)))
             return;
     }

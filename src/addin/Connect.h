@@ -123,6 +123,7 @@ private:
     // The user's answer that a sender both junk and trusted is to be
     // trusted: its records go and its mails leave Junk for the Inbox.
     void trustSenderFromJunk(const QString& sender);
+    template <typename Counter>
     void sweep(HostFolder& folder, bool showEachItem);
 
     SettingsStore& m_settings;

@@ -4,6 +4,7 @@
 #include "addin/Connect.h"
 
 #include "addin/TableEdit.h"
+#include "addin/host/HeldReference.h"
 #include "analysis/Learning.h"
 #include "analysis/PromptWait.h"
 #include "analysis/TrustedAddresses.h"
@@ -28,10 +29,11 @@ void ignoringHostErrors(const std::function<void()>& step) {
     }
 }
 
-// A folder's item count; 0 when the host cannot say.
-int itemCountOf(HostFolder& folder) {
+// A folder's item count; 0 when the host cannot say (or the add-in has let
+// go of the folder meanwhile).
+int itemCountOf(const FolderRef& folder) {
     try {
-        return folder.Items().Count();
+        return held(folder).Items().Count();
     } catch (const VbError&) {
         return 0;
     }
@@ -85,15 +87,15 @@ void Connect::collect_emails() {
         box.setCounterText(QString::number(m_itemCounter));
     };
 
-    if (!SentFolder || !JunkFolder || !MapiNamespace)
-        return; // not connected to a mail client: nothing to build from
     try {
         flags.StopBuild = kFalse;
         data.TrustedList.reset();
         data.DatabaseMissing = kFalse;
 
-        // Sent stage: everyone the user wrote to is trusted.
-        const int sentCount = itemCountOf(*SentFolder);
+        // Sent stage: everyone the user wrote to is trusted. Without a mail
+        // client (released meanwhile) the build ends here, without a word.
+        held(SentFolder);
+        const int sentCount = itemCountOf(SentFolder);
         if (sentCount >= 1) {
             box.pictureBox().clearPicture();
             box.setStatusText(QStringLiteral("ANALYSING ....\n\rSENT FOLDER"));
@@ -104,7 +106,7 @@ void Connect::collect_emails() {
                     return;
                 yieldToHost();
                 ignoringHostErrors([&] {
-                    const MailItemRef item = SentFolder->Items().Item(k);
+                    const MailItemRef item = held(SentFolder).Items().Item(k);
                     if (item->itemClass() != kMailItemClass)
                         return;
                     box.setProgress(progressAt(k, step));
@@ -121,7 +123,7 @@ void Connect::collect_emails() {
         data.TrustChanged = kFalse;
 
         // Junk stage: every message there is spam.
-        const int junkCount = itemCountOf(*JunkFolder);
+        const int junkCount = itemCountOf(JunkFolder);
         if (junkCount >= 1) {
             // Walks the Junk folder's mail and post items, with the progress
             // bar; false when the build was stopped.
@@ -134,7 +136,7 @@ void Connect::collect_emails() {
                         return false;
                     yieldToHost();
                     ignoringHostErrors([&] {
-                        const MailItemRef item = JunkFolder->Items().Item(k);
+                        const MailItemRef item = held(JunkFolder).Items().Item(k);
                         if (!isMailOrPost(*item))
                             return;
                         box.setProgress(progressAt(k, step));
@@ -147,7 +149,7 @@ void Connect::collect_emails() {
             if (!walkJunk(junkCount, [&](MailItemView& item) { LearnEmail(m_state, item, kTrue); }))
                 return;
             // Conflicts: a sender both in Junk and trusted is settled by the user.
-            const bool finished = walkJunk(itemCountOf(*JunkFolder), [&](MailItemView& item) {
+            const bool finished = walkJunk(itemCountOf(JunkFolder), [&](MailItemView& item) {
                 const QString sender = vbLCase(item.senderEmailAddress());
                 const int p = SearchinTrust(data.TrustedList, sender);
                 if (p <= 0)
@@ -169,7 +171,7 @@ void Connect::collect_emails() {
         // Folder stage: the user's own folders are good mail.
         m_itemCounter = 0;
         QList<FolderRef> stores;
-        ignoringHostErrors([&] { stores = MapiNamespace->Folders(); }); // as they are now
+        ignoringHostErrors([&] { stores = held(MapiNamespace).Folders(); }); // as they are now
         for (const FolderRef& store : stores) {
             QList<FolderRef> folders;
             ignoringHostErrors([&] {
@@ -217,7 +219,7 @@ void Connect::trustSenderFromJunk(const QString& sender) {
     deleteRecordsOf(data.TxtTable, sender);
     box.setProgress(0);
     box.setStatusText(QStringLiteral("REMOVIG EMAILS\n\rFROM JUNK..."));
-    const int junkCount = itemCountOf(*JunkFolder);
+    const int junkCount = itemCountOf(JunkFolder);
     const double step = progressStep(junkCount);
     // Kept as it always was: a move shifts the later items down, so the item
     // after a moved one waits for the next build.
@@ -226,9 +228,9 @@ void Connect::trustSenderFromJunk(const QString& sender) {
         box.setProgress(progressAt(j, step));
         yieldToHost();
         ignoringHostErrors([&] {
-            const MailItemRef item = JunkFolder->Items().Item(j);
+            const MailItemRef item = held(JunkFolder).Items().Item(j);
             if (isMailOrPost(*item) && vbLCase(item->senderEmailAddress()) == sender)
-                item->move(*InboxFolder);
+                item->move(held(InboxFolder));
         });
     }
     box.setStatusText(QString());
@@ -238,7 +240,11 @@ void Connect::trustSenderFromJunk(const QString& sender) {
 
 void Connect::LearnFolder(HostFolder& folder) {
     ToolWindowView& box = m_state.toolBox;
-    const int itemCount = itemCountOf(folder);
+    int itemCount = 0;
+    try {
+        itemCount = folder.Items().Count();
+    } catch (const VbError&) {
+    }
     if (itemCount < 1)
         return;
     const double step = progressStep(itemCount);

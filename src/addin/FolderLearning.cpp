@@ -26,8 +26,13 @@ int bodyLineBound(const MailItemView& item) {
     return int(vbSplit(item.body(), kLineBreak).size()) - 1;
 }
 
+// The subject is written only when a tag came off (on a remote host every
+// subject write is a new message); "Save" is called in every case.
 void cleanSubject(MailItemView& item) {
-    item.setSubject(subjectWithoutTags(item.subject()));
+    const QString subject = item.subject();
+    const QString cleaned = subjectWithoutTags(subject);
+    if (cleaned != subject)
+        item.setSubject(cleaned);
     item.save();
 }
 
@@ -127,7 +132,7 @@ void Connect::junkemail_ItemRemove() {
                     }
                     yieldToHost();
                 }
-                DeleteFile(data.folder.workRoot() + m_state.picture.attachment->fileName());
+                DeleteFile(data.folder.attachmentFile(m_state.picture.attachment->fileName()));
             }
         });
         if (!handled)

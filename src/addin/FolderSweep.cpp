@@ -3,6 +3,7 @@
 #include "addin/Connect.h"
 
 #include "addin/TableEdit.h"
+#include "addin/host/HeldReference.h"
 
 #include "analysis/Classifier.h"
 #include "base/HostYield.h"
@@ -15,13 +16,17 @@
 namespace velmora {
 // Walks the folder with its own cursor while spam is moved out of it, so an
 // item that follows a moved one is passed over: intended, the user can sweep
-// again. Host failures end the walk (VbError to the caller).
+// again. Host failures end the walk (VbError to the caller). The Inbox sweep
+// counts in 32 bits, the folder sweep in 16 (an overflow there ends it with
+// its message).
+template <typename Counter>
 void Connect::sweep(HostFolder& folder, bool showEachItem) {
     ToolWindowView& box = m_state.toolBox;
     HostItems& items = folder.Items();
     const double step = 100.0 / items.Count();
-    std::int16_t k = 1;
-    MailItemRef item = items.GetFirst();
+    Counter k = 1;
+    const std::unique_ptr<ItemWalk> walk = items.newWalk();
+    MailItemRef item = walk->GetFirst();
     while (item) {
         if (showEachItem)
             box.setStatusText(QStringLiteral("Sweeping the Inbox:\n\r") + item->subject());
@@ -30,23 +35,24 @@ void Connect::sweep(HostFolder& folder, bool showEachItem) {
         box.setProgress(int(std::floor(k * step)));
         m_windows.bringToolBoxToFront();
         if (isMailOrPost(*item) && AnalyseEmail(m_state, *item) != kFalse)
-            item->move(*JunkFolder);
-        item = items.GetNext();
+            item->move(held(JunkFolder));
+        item = walk->GetNext();
         yieldToHost();
-        k = checkedInt16(k + 1);
+        if constexpr (sizeof(Counter) == 2)
+            k = checkedInt16(k + 1);
+        else
+            ++k;
     }
 }
 
 void Connect::CLR_Click() {
-    if (!OutlookApp || !JunkFolder)
-        return; // not connected
     m_state.flags.SelfMoving = kTrue;
     Show();
     try {
-        const FolderRef inbox =
-            OutlookApp->GetNamespace(QStringLiteral("MAPI"))->GetDefaultFolder(DefaultFolderInbox);
-        if (inbox->Items().Count() >= 1)
-            sweep(*inbox, true);
+        const FolderRef inbox = held(held(OutlookApp).GetNamespace(QStringLiteral("MAPI")))
+                                    .GetDefaultFolder(DefaultFolderInbox);
+        if (held(inbox).Items().Count() >= 1)
+            sweep<std::int32_t>(*inbox, true);
     } catch (const VbError&) {
         return; // what changed is saved by the next batch
     }
@@ -60,9 +66,8 @@ void Connect::CLR_Click() {
 void Connect::move_spamb() {
     FolderRef folder;
     try {
-        folder = OutlookApp ? OutlookApp->ActiveExplorer()->currentFolder() : nullptr;
-        if (!folder)
-            throw VbError(VbError::ObjectVariableNotSet);
+        folder = held(held(OutlookApp).ActiveExplorer()).currentFolder();
+        held(folder);
     } catch (const VbError& error) {
         showMessage(QStringLiteral("move_spamb_error: ") + error.description());
         return;
@@ -75,9 +80,9 @@ void Connect::move_spamb() {
     // still set; a later sweep or the next start clears it.
     m_state.flags.SelfMoving = kTrue;
     try {
-        OutlookApp->GetNamespace(QStringLiteral("MAPI"));
-        folder = OutlookApp->ActiveExplorer()->currentFolder();
-        const QString id = folder->EntryID();
+        held(OutlookApp).GetNamespace(QStringLiteral("MAPI"));
+        folder = held(held(OutlookApp).ActiveExplorer()).currentFolder();
+        const QString id = held(folder).EntryID();
         if (IsRefusedFolderName(folder->Name()) || id == DeletedFolderID || id == SentFolderID ||
             id == JunkFolderID) {
             showMessage(QStringLiteral("Please select right folder"));
@@ -85,7 +90,7 @@ void Connect::move_spamb() {
         }
         if (folder->Items().Count() < 1)
             return;
-        sweep(*folder, false);
+        sweep<std::int16_t>(*folder, false);
     } catch (const VbError& error) {
         showMessage(QStringLiteral("move_spamb_error: ") + error.description());
         return;

@@ -38,8 +38,13 @@ void HeadlessAddinWindows::bringToolBoxToFront() {
 }
 
 void HeadlessAddinWindows::unloadForms() {
+    // Closing the window is what tells a running build to stop.
+    if (m_window && m_state)
+        m_state->flags.StopBuild = kTrue;
     m_window.reset();
     m_shown = false;
+    if (m_prompts.addressConflictOpen())
+        m_prompts.unloadAddressConflict();
 }
 
 } // namespace velmora

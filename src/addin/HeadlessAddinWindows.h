@@ -2,6 +2,7 @@
 
 #include "addin/AddinWindows.h"
 #include "analysis/HeadlessToolWindow.h"
+#include "analysis/LoadedPictureBox.h"
 
 #include <memory>
 
@@ -35,13 +36,14 @@ private:
     void setStatusText(const QString& text) override { window().setStatusText(text); }
     void setCounterText(const QString& text) override { window().setCounterText(text); }
     void setProgress(int percent) override { window().setProgress(percent); }
-    PictureBox& pictureBox() override { return window().pictureBox(); }
+    PictureBox& pictureBox() override { return m_pictureBox; }
     bool textAnalysisSwitchedOff() const override;
 
     FilterState* m_state = nullptr;
     SettingsStore* m_settings = nullptr;
     HeadlessPromptAnswerer m_prompts;
     std::unique_ptr<HeadlessToolWindow> m_window;
+    LoadedPictureBox m_pictureBox{[this]() -> PictureBox& { return window().pictureBox(); }};
     bool m_shown = false;
 };
 

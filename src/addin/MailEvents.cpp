@@ -1,6 +1,7 @@
 // The application's mail events and the explorer guards.
 #include "addin/Connect.h"
 
+#include "addin/host/HeldReference.h"
 #include "analysis/Classifier.h"
 #include "analysis/PromptWait.h"
 #include "analysis/TrustedAddresses.h"
@@ -28,14 +29,18 @@ void Connect::m_olOutlook_NewMailEx(const QString& entryIdCollection) {
     // No trap of its own: a failure ends the handler, and the identifiers
     // after it wait for the next event.
     try {
-        for (const QString& id : entryIdCollection.split(QLatin1Char(','))) {
-            const MailItemRef item = MapiNamespace->GetItemFromID(id);
-            if (item->itemClass() != kMailItemClass)
+        // An empty list names no item (splitting it would give one empty
+        // identifier).
+        const QStringList ids =
+            entryIdCollection.isEmpty() ? QStringList() : entryIdCollection.split(QLatin1Char(','));
+        for (const QString& id : ids) {
+            const MailItemRef item = held(MapiNamespace).GetItemFromID(id);
+            if (held(item).itemClass() != kMailItemClass)
                 continue;
             CurrentMail = item;
             m_state.flags.SelfMoving = kTrue;
             if (AnalyseEmail(m_state, *CurrentMail) != kFalse)
-                CurrentMail->move(*JunkFolder);
+                CurrentMail->move(held(JunkFolder));
             CurrentMail.reset();
             m_state.flags.SelfMoving = kFalse;
         }
@@ -77,6 +82,8 @@ void Connect::m_olExplorer_BeforeMove() {
 }
 
 void Connect::rememberSelection() {
+    if (!m_olExplorer)
+        return; // the guards run only while the explorer is wired
     ActiveSelection = m_olExplorer.object->Selection();
     SelectionCount = static_cast<std::int32_t>(ActiveSelection->size());
 }

@@ -43,7 +43,7 @@ std::optional<Bool16> judgePicture(FilterState& state, MailItemView& item, const
     if (length < kMinPictureBytes || length > kMaxPictureBytes)
         return std::nullopt; // the saved file stays until a picture of its name is saved again
 
-    PicRec rec = AnalysePicture(box, loadPicture(path));
+    PicRec rec = AnalysePicture(box, loadSavedAttachment(path));
     rec.Sender = sender;
     rec.Subject = pictureRecordSubject(item.subject());
     DeleteFile(path);

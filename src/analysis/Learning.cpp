@@ -107,7 +107,7 @@ void LearnEmail(FilterState& state, MailItemView& item, std::int16_t isSpam) {
         const QString path = savedPicturePath(state);
         const qint64 length = fileLength(path);
         if (length >= kMinPictureBytes && length <= kMaxPictureBytes) {
-            PicRec rec = AnalysePicture(state.toolBox.pictureBox(), loadPicture(path));
+            PicRec rec = AnalysePicture(state.toolBox.pictureBox(), loadSavedAttachment(path));
             rec.FileLength = static_cast<std::int32_t>(length);
             rec.Attachment = state.picture.attachment->fileName();
             rec.Sender = vbLCase(item.senderEmailAddress());

@@ -36,7 +36,7 @@ bool CheckPictureAttachment(FilterState& state, MailItemView& item) {
 }
 
 QString savedPicturePath(const FilterState& state) {
-    return state.data.folder.workRoot() + state.picture.attachment->displayName();
+    return state.data.folder.attachmentFile(state.picture.attachment->displayName());
 }
 
 } // namespace velmora

@@ -2,6 +2,7 @@
 
 #include "base/VbError.h"
 
+#include <QFile>
 #include <QImageReader>
 
 namespace velmora {
@@ -13,6 +14,15 @@ QImage loadPicture(const QString& path) {
     if (picture.isNull())
         throw VbError(VbError::InvalidPicture, path);
     return picture;
+}
+
+QImage loadSavedAttachment(const QString& path) {
+    try {
+        return loadPicture(path);
+    } catch (const VbError&) {
+        QFile::remove(path);
+        throw;
+    }
 }
 
 } // namespace velmora

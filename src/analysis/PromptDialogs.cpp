@@ -11,6 +11,7 @@ void HeadlessPromptAnswerer::showDatabasePrompt() {
 
 void HeadlessPromptAnswerer::showAddressConflict(const QString& address) {
     shown.append(QStringLiteral("conflict prompt ") + address);
+    m_conflictOpen = true;
     answerLater();
 }
 

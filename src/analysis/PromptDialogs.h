@@ -20,6 +20,9 @@ public:
     virtual void unloadDatabasePrompt() = 0;
     virtual void showAddressConflict(const QString& address) = 0;
     virtual void unloadAddressConflict() = 0;
+    // False once the conflict prompt has been unloaded (by its opener, or by
+    // the add-in letting go of the host while the opener still waits).
+    virtual bool addressConflictOpen() const = 0;
 };
 
 // Answers every prompt the same way, through the event loop, as a user would;
@@ -37,11 +40,14 @@ public:
     void showAddressConflict(const QString& address) override;
     void unloadAddressConflict() override {
         shown.append(QStringLiteral("unload conflict prompt"));
+        m_conflictOpen = false;
     }
+    bool addressConflictOpen() const override { return m_conflictOpen; }
 
 private:
     void answerLater();
     FilterFlags* m_flags = nullptr;
+    bool m_conflictOpen = false;
 
 public:
     Answer answer;

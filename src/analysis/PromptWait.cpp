@@ -5,12 +5,16 @@
 namespace velmora {
 
 bool waitForPromptAnswer(FilterFlags& flags, const std::function<void()>& show,
-                         const std::function<void()>& unload) {
+                         const std::function<void()>& unload,
+                         const std::function<bool()>& stillOpen) {
     show();
     flags.PromptClosed = kFalse;
     flags.PromptAccepted = kFalse;
-    while (flags.PromptAccepted == kFalse && flags.PromptClosed == kFalse)
+    while (flags.PromptAccepted == kFalse && flags.PromptClosed == kFalse) {
+        if (stillOpen && !stillOpen())
+            break;
         waitForHostEvents();
+    }
     unload();
     return flags.PromptAccepted != kFalse;
 }
@@ -23,7 +27,7 @@ bool askToBuildDatabase(FilterFlags& flags, PromptDialogs& prompts) {
 void askAboutAddressConflict(FilterFlags& flags, PromptDialogs& prompts, const QString& address) {
     waitForPromptAnswer(
         flags, [&] { prompts.showAddressConflict(address); },
-        [&] { prompts.unloadAddressConflict(); });
+        [&] { prompts.unloadAddressConflict(); }, [&] { return prompts.addressConflictOpen(); });
 }
 
 } // namespace velmora

@@ -10,9 +10,12 @@ namespace velmora {
 // Opens a prompt without blocking and waits for its answer: clears both answer
 // flags, shows the prompt, lets the host run its events until one of the
 // flags is set, then unloads the prompt. Returns PromptAccepted. Further host
-// events may run (and open the same prompt again) while it waits.
+// events may run (and open the same prompt again) while it waits. When
+// `stillOpen` is given and turns false (the add-in let go of the host and
+// unloaded the prompt), the wait ends with no answer, instead of forever.
 bool waitForPromptAnswer(FilterFlags& flags, const std::function<void()>& show,
-                         const std::function<void()>& unload);
+                         const std::function<void()>& unload,
+                         const std::function<bool()>& stillOpen = {});
 
 // The prompt that offers to build the missing database; true when accepted.
 bool askToBuildDatabase(FilterFlags& flags, PromptDialogs& prompts);

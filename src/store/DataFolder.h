@@ -12,6 +12,16 @@ inline constexpr QStringView kDefaultPicDataFile = u"defaultpicdata.dat";
 inline constexpr QStringView kTrustedFile = u"trusteml.dat";
 inline constexpr QStringView kRestrictedFile = u"restricted.dat";
 
+// An attachment's name, chosen by its sender, as one safe file name in the
+// work root: path separators, NUL and other control characters and the
+// wildcards * and ? become "_", a name that is empty or starts with "." gets
+// a "_" in front (so neither "." nor ".." nor a hidden file can come of it),
+// and a name longer than 120 characters keeps its first 100 and last 20 (the
+// extension survives). The same name always maps to the same file, so saving
+// under one name and deleting under another (display name and file name)
+// behave as they would with the names themselves.
+QString attachmentFileName(const QString& name);
+
 // The two fixed folders: the work root, where picture attachments are saved
 // while they are analysed, and inside it the data folder that holds the
 // learnt knowledge. Both paths end with a slash, so that a file name can be
@@ -24,7 +34,11 @@ public:
     const QString& workRoot() const { return m_workRoot; }
     const QString& dataFolder() const { return m_dataFolder; }
     QString dataFile(QStringView fileName) const { return QString(m_dataFolder).append(fileName); }
-    QString workFile(QStringView fileName) const { return QString(m_workRoot).append(fileName); }
+    // Where an attachment named `name` by its sender is saved in the work
+    // root: the name made one safe file name (see attachmentFileName).
+    QString attachmentFile(const QString& name) const {
+        return m_workRoot + attachmentFileName(name);
+    }
 
 private:
     QString m_workRoot;

@@ -68,8 +68,9 @@ QString toolBoxCaption() {
 }
 
 ToolBox::ToolBox(FilterState& state, SettingsStore& settings, ToolBoxActions& actions,
-                 QWidget* parent)
-    : QWidget(parent, Qt::Window), m_state(state), m_settings(settings), m_actions(actions) {
+                 FormLifetime* lifetime, QWidget* parent)
+    : QWidget(parent, Qt::Window), m_state(state), m_settings(settings), m_actions(actions),
+      m_lifetime(lifetime) {
     setObjectName(QStringLiteral("ToolBox"));
     setWindowTitle(QStringLiteral("Velmora"));
 
@@ -155,14 +156,36 @@ ToolBox::ToolBox(FilterState& state, SettingsStore& settings, ToolBoxActions& ac
     layout->addLayout(statusRow);
     setMinimumWidth(460);
 
-    connect(m_trackBar1, &QSlider::valueChanged, this, [this](int v) { pictureLevelChanged(v); });
-    connect(m_trackBar2, &QSlider::valueChanged, this, [this](int v) { textLevelChanged(v); });
-    connect(m_checkBox1, &QCheckBox::stateChanged, this, [this] { textSwitchClicked(); });
-    connect(m_textBox1, &QPlainTextEdit::textChanged, this, [this] { restrictedWordsChanged(); });
-    connect(m_button4, &QPushButton::clicked, this, [this] { analyseFolders(); });
+    // Every handler runs inside a lifetime scope: a handler may wait on the
+    // event loop (a build, a sweep, a message box), and the window must
+    // outlive it even when the user closes it meanwhile.
+    const auto handler = [this](auto body) {
+        return [this, body](auto... args) {
+            FormLifetime::Scope scope(m_lifetime);
+            (this->*body)(args...);
+        };
+    };
+    connect(m_trackBar1, &QSlider::valueChanged, this,
+            [h = handler(&ToolBox::pictureLevelChanged)](int v) { h(v); });
+    connect(m_trackBar2, &QSlider::valueChanged, this,
+            [h = handler(&ToolBox::textLevelChanged)](int v) { h(v); });
+    connect(m_checkBox1, &QCheckBox::stateChanged, this,
+            [h = handler(&ToolBox::textSwitchClicked)](int) { h(); });
+    connect(m_textBox1, &QPlainTextEdit::textChanged, this,
+            [h = handler(&ToolBox::restrictedWordsChanged)] { h(); });
+    connect(m_button4, &QPushButton::clicked, this,
+            [h = handler(&ToolBox::analyseFolders)] { h(); });
     connect(m_button3, &QPushButton::clicked, this,
-            [this] { m_actions.moveSpamInSelectedFolder(); });
-    connect(m_command1, &QPushButton::clicked, this, [this] { m_actions.openHelp(); });
+            [h = handler(&ToolBox::moveSpamInSelectedFolder)] { h(); });
+    connect(m_command1, &QPushButton::clicked, this, [h = handler(&ToolBox::openHelp)] { h(); });
+}
+
+void ToolBox::moveSpamInSelectedFolder() {
+    m_actions.moveSpamInSelectedFolder();
+}
+
+void ToolBox::openHelp() {
+    m_actions.openHelp();
 }
 
 void ToolBox::pictureLevelChanged(int value) {
@@ -199,17 +222,23 @@ void ToolBox::restrictedWordsChanged() {
     // box; lines are not trimmed.
     StringList& list = m_state.data.RestrictedList;
     list.reset();
-    for (const QString& line : m_textBox1->toPlainText().split(QLatin1Char('\n'))) {
-        if (!line.isEmpty())
-            list.append(line);
+    try {
+        for (const QString& line : m_textBox1->toPlainText().split(QLatin1Char('\n'))) {
+            if (!line.isEmpty())
+                list.append(line);
+        }
+    } catch (const VbError& error) {
+        // More words than a list holds: the first 32,767 are kept and saved.
+        showMessage(QStringLiteral("TextBox1_Change: ") + error.description());
     }
     WriteARRAY(list, m_state.data.folder.dataFile(kRestrictedFile));
 }
 
 void ToolBox::analyseFolders() {
+    // The action ends by emptying the picture and showing "Done" through the
+    // engine's view of the window, which reaches a fresh window if this one
+    // was closed meanwhile: nothing of this one is touched after the build.
     m_actions.analyseFolders();
-    m_picture1->clearPicture();
-    setCounterText(QStringLiteral("Done"));
 }
 
 void ToolBox::prepareAndShow() {
@@ -273,6 +302,8 @@ bool ToolBox::textAnalysisSwitchedOff() const {
 void ToolBox::closeEvent(QCloseEvent* event) {
     m_state.flags.StopBuild = kTrue;
     QWidget::closeEvent(event);
+    if (event->isAccepted() && m_onClosed)
+        m_onClosed();
 }
 
 } // namespace velmora

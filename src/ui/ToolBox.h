@@ -4,7 +4,11 @@
 #include "analysis/FilterState.h"
 #include "settings/SettingsStore.h"
 
+#include "ui/FormLifetime.h"
+
 #include <QWidget>
+
+#include <functional>
 
 class QCheckBox;
 class QLabel;
@@ -30,8 +34,13 @@ QString toolBoxCaption();
 // Picture1, ...).
 class ToolBox final : public QWidget, public ToolWindowView {
 public:
+    // `lifetime`, when given, keeps the window alive while its handlers run.
     ToolBox(FilterState& state, SettingsStore& settings, ToolBoxActions& actions,
-            QWidget* parent = nullptr);
+            FormLifetime* lifetime = nullptr, QWidget* parent = nullptr);
+
+    // Called when the user (or the add-in) has closed the window: closing
+    // unloads it.
+    void setClosedHandler(std::function<void()> onClosed) { m_onClosed = std::move(onClosed); }
 
     // Fills the controls from the settings and the restricted list, sets the
     // caption and shows the window without blocking (the add-in's Show).
@@ -54,10 +63,14 @@ private:
     void textSwitchClicked();
     void restrictedWordsChanged();
     void analyseFolders();
+    void moveSpamInSelectedFolder();
+    void openHelp();
 
     FilterState& m_state;
     SettingsStore& m_settings;
     ToolBoxActions& m_actions;
+    FormLifetime* m_lifetime;
+    std::function<void()> m_onClosed;
     QString m_status;
 
     QSlider* m_trackBar1;

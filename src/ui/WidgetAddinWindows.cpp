@@ -8,7 +8,9 @@
 
 namespace velmora {
 
-WidgetAddinWindows::WidgetAddinWindows() : m_prompts(std::make_unique<WidgetPromptDialogs>()) {}
+WidgetAddinWindows::WidgetAddinWindows()
+    : m_pictureBox([this]() -> PictureBox& { return window().pictureBox(); }),
+      m_prompts(std::make_unique<WidgetPromptDialogs>()) {}
 
 WidgetAddinWindows::~WidgetAddinWindows() {
     delete m_toolBox;
@@ -24,12 +26,19 @@ void WidgetAddinWindows::attach(FilterState& state, SettingsStore& settings,
 
 ToolBox& WidgetAddinWindows::window() {
     if (!m_toolBox) {
-        m_toolBox = new ToolBox(*m_state, *m_settings, *m_actions);
+        ToolBox* box = new ToolBox(*m_state, *m_settings, *m_actions, &m_lifetime);
         // Closing unloads the window: the next use loads a fresh one.
-        m_toolBox->setAttribute(Qt::WA_DeleteOnClose);
-        m_toolBox->setAttribute(Qt::WA_QuitOnClose, false);
+        box->setClosedHandler([this, box] { toolBoxClosed(box); });
+        box->setAttribute(Qt::WA_QuitOnClose, false);
+        m_toolBox = box;
     }
     return *m_toolBox;
+}
+
+void WidgetAddinWindows::toolBoxClosed(ToolBox* closed) {
+    if (m_toolBox == closed)
+        m_toolBox = nullptr;
+    m_lifetime.retire(closed);
 }
 
 void WidgetAddinWindows::prepareAndShowToolBox() {
@@ -50,8 +59,10 @@ void WidgetAddinWindows::hideToolBox() {
 }
 
 void WidgetAddinWindows::unloadForms() {
-    delete m_toolBox;
-    m_prompts->unloadAll();
+    if (m_toolBox)
+        m_toolBox->close(); // through its closing path: a running build stops
+    if (m_prompts->addressConflictOpen())
+        m_prompts->unloadAddressConflict();
 }
 
 PromptDialogs& WidgetAddinWindows::prompts() {
@@ -87,7 +98,7 @@ void WidgetAddinWindows::setProgress(int percent) {
 }
 
 PictureBox& WidgetAddinWindows::pictureBox() {
-    return window().pictureBox();
+    return m_pictureBox;
 }
 
 bool WidgetAddinWindows::textAnalysisSwitchedOff() const {

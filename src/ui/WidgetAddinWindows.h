@@ -1,6 +1,8 @@
 #pragma once
 
 #include "addin/AddinWindows.h"
+#include "analysis/LoadedPictureBox.h"
+#include "ui/FormLifetime.h"
 
 #include <QPointer>
 
@@ -15,7 +17,10 @@ class WidgetPromptDialogs;
 // The add-in's windows on screen. The tool window is loaded when it is first
 // used and unloaded when the user closes it, so a window loaded afresh starts
 // with its text switch unticked, whatever the settings say, until it is
-// prepared by the add-in's Show.
+// prepared by the add-in's Show. The engine reaches the window only through
+// this object, so work that yields while the window is closed goes on with a
+// freshly loaded (hidden) one and never touches the closed one, which is
+// destroyed once none of its handlers runs.
 class WidgetAddinWindows final : public AddinWindows, private ToolWindowView {
 public:
     WidgetAddinWindows();
@@ -37,6 +42,8 @@ public:
 
 private:
     ToolBox& window();
+    // The user closed the window (or the add-in did): it is unloaded.
+    void toolBoxClosed(ToolBox* closed);
 
     // ToolWindowView, forwarded to the loaded window (loading one if needed).
     QString statusText() const override;
@@ -50,6 +57,8 @@ private:
     SettingsStore* m_settings = nullptr;
     ToolBoxActions* m_actions = nullptr;
     QPointer<ToolBox> m_toolBox;
+    FormLifetime m_lifetime;
+    LoadedPictureBox m_pictureBox;
     std::unique_ptr<WidgetPromptDialogs> m_prompts;
     std::unique_ptr<HelpViewer> m_help;
 };

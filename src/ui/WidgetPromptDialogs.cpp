@@ -43,10 +43,4 @@ void WidgetPromptDialogs::unloadAddressConflict() {
     m_conflictPrompt = nullptr;
 }
 
-void WidgetPromptDialogs::unloadAll() {
-    unloadAddressConflict();
-    if (m_databasePrompt)
-        m_databasePrompt->hide();
-}
-
 } // namespace velmora

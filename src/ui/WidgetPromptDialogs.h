@@ -24,8 +24,7 @@ public:
     void unloadDatabasePrompt() override;
     void showAddressConflict(const QString& address) override;
     void unloadAddressConflict() override;
-    // Closes whatever prompt is open, when the add-in lets go of the host.
-    void unloadAll();
+    bool addressConflictOpen() const override { return m_conflictPrompt != nullptr; }
 
     // The windows while they are shown, for tests and screenshots.
     Dialog2* databasePrompt() const { return m_databasePrompt; }

@@ -94,21 +94,46 @@ TEST(MemoryHost, UserMovesRaiseTheExplorerGuardThenRemoveAndAdd) {
               (QStringList{QStringLiteral("cut"), QStringLiteral("paste into Inbox")}));
 }
 
-TEST(MemoryHost, CursorPassesOverTheItemAfterOneThatMovedAway) {
+TEST(MemoryHost, WalkPassesOverTheItemAfterOneThatMovedAway) {
     MemoryApplication app;
-    for (const char* s : {"1", "2", "3", "4"})
+    for (const char* s : {"1", "2", "3", "4", "5"})
         app.place(app.inbox(), mail(QStringLiteral("a@x"), QLatin1String(s), {}));
     HostItems& items = app.inbox().Items();
     QStringList seen;
-    for (MailItemRef item = items.GetFirst(); item; item = items.GetNext()) {
+    const auto walk = items.newWalk();
+    EXPECT_EQ(walk->GetNext(), nullptr); // not started
+    for (MailItemRef item = walk->GetFirst(); item; item = walk->GetNext()) {
         seen.append(item->subject());
         if (item->subject() == QStringLiteral("2"))
-            item->move(app.junk());
+            item->move(app.junk()); // "3" slides into the cursor's place
+        if (item->subject() == QStringLiteral("4"))
+            items.Item(1)->move(app.junk()); // an earlier item: nothing is passed over
     }
-    EXPECT_EQ(seen, (QStringList{QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("4")}));
+    EXPECT_EQ(seen, (QStringList{QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("4"),
+                                 QStringLiteral("5")}));
     EXPECT_EQ(items.Count(), 3);
-    EXPECT_EQ(items.Item(2)->subject(), QStringLiteral("3"));
+    EXPECT_EQ(items.Item(1)->subject(), QStringLiteral("3"));
     EXPECT_THROW(items.Item(4), VbError);
+}
+
+TEST(MemoryHost, EachWalkHasItsOwnCursor) {
+    MemoryApplication app;
+    for (const char* s : {"1", "2", "3"})
+        app.place(app.inbox(), mail(QStringLiteral("a@x"), QLatin1String(s), {}));
+    HostItems& items = app.inbox().Items();
+    QStringList outer, inner;
+    const auto outerWalk = items.newWalk();
+    for (MailItemRef item = outerWalk->GetFirst(); item; item = outerWalk->GetNext()) {
+        outer.append(item->subject());
+        if (item->subject() == QStringLiteral("2")) {
+            // A second sweep started while the first one yields.
+            const auto innerWalk = items.newWalk();
+            for (MailItemRef i = innerWalk->GetFirst(); i; i = innerWalk->GetNext())
+                inner.append(i->subject());
+        }
+    }
+    EXPECT_EQ(outer, (QStringList{QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3")}));
+    EXPECT_EQ(inner, outer);
 }
 
 TEST(MemoryHost, SentMailAndAttachments) {

@@ -1,5 +1,7 @@
 #include "store/ListFile.h"
 
+#include "base/VbError.h"
+
 #include "support/TestSupport.h"
 
 using namespace velmora;
@@ -66,22 +68,29 @@ TEST(WriteARRAY, OneEntryIsSavedAsAnEmptyFile) {
     EXPECT_EQ(reread[2], two[2]);
 }
 
-TEST(WriteARRAY, MoreThan32767EntriesLeaveAnEmptyFile) {
+TEST(StringList, HoldsAtMost32767EntriesAndAFullListIsSavedWhole) {
     RecordingSink sink;
     TempFolder dir;
-    dir.writeBytes(QStringLiteral("trusteml.dat"), "old\r\nlines\r\n");
     StringList list;
-    for (int i = 0; i < 32768; ++i)
-        list.append(QStringLiteral("a%1@x.com").arg(i));
-    WriteARRAY(list, dir.file(QStringLiteral("trusteml.dat")));
-    EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")), QByteArray());
-    EXPECT_EQ(sink.messages, QStringList{QStringLiteral("WriteARRAY_error: Overflow")});
-
-    list = StringList();
     for (int i = 0; i < 32767; ++i)
         list.append(QStringLiteral("a%1@x.com").arg(i));
+    try {
+        list.append(QStringLiteral("one@too.many"));
+        ADD_FAILURE() << "a full list grew";
+    } catch (const VbError& error) {
+        EXPECT_EQ(error.number(), VbError::Overflow);
+        EXPECT_TRUE(error.description().contains(QStringLiteral("full")));
+    }
+    EXPECT_THROW(list.insertAt(1, QStringLiteral("first@x.com")), VbError);
+    EXPECT_EQ(list.upperBound(), 32767);
+    EXPECT_EQ(list[1], QStringLiteral("a0@x.com"));
+
     WriteARRAY(list, dir.file(QStringLiteral("trusteml.dat")));
     EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")).count('\n'), 32767);
+    StringList reread;
+    LoadARRAY(reread, dir.file(QStringLiteral("trusteml.dat")));
+    EXPECT_EQ(reread, list);
+    EXPECT_TRUE(sink.messages.isEmpty());
 }
 
 TEST(WriteARRAY, MissingFolderIsReportedByName) {

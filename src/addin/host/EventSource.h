@@ -1,5 +1,8 @@
 #pragma once
 
+#include <QCoreApplication>
+#include <QThread>
+
 #include <functional>
 #include <list>
 #include <memory>
@@ -57,6 +60,10 @@ public:
     }
 
     void raise(Args... args) const {
+        // Hosts raise events on the event loop's thread only: the add-in
+        // guards its state by flags, not locks.
+        Q_ASSERT(!QCoreApplication::instance() ||
+                 QThread::currentThread() == QCoreApplication::instance()->thread());
         // A copy, so that handlers may change the subscriptions meanwhile.
         const auto handlers = m_state->handlers;
         for (const auto& handler : handlers) {

@@ -60,11 +60,15 @@ public:
     // Each recipient's address, in the host's order (sent mail only).
     virtual QStringList Recipients() const = 0;
 
-    // Commits a changed subject to the host's store.
+    // Commits a changed subject to the host's store. Raises no event; the
+    // item keeps its EntryID and this handle stays valid. A failure throws
+    // VbError and leaves the stored item as it was.
     virtual void save() = 0;
-    // Moves the item into `destination`. The folders' item events are raised
-    // (possibly before this returns). The caller must not use the handle
-    // afterwards.
+    // Moves the item into `destination`: ItemRemove on the source, then
+    // ItemAdd on the destination, both raised before this returns (and never
+    // again later as if the user had moved it). The caller must not use the
+    // handle afterwards. A failure throws VbError and leaves the item whole in
+    // its folder.
     virtual void move(HostFolder& destination) = 0;
 };
 

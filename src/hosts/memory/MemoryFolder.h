@@ -5,6 +5,8 @@
 
 #include <QList>
 
+#include <vector>
+
 #include <memory>
 
 namespace velmora::memory {
@@ -15,15 +17,17 @@ class MemoryItems final : public HostItems {
 public:
     int Count() const override { return int(m_items.size()); }
     MailItemRef Item(int index) const override;
-    MailItemRef GetFirst() override;
-    MailItemRef GetNext() override;
+    std::unique_ptr<ItemWalk> newWalk() override;
 
     const QList<std::shared_ptr<MemoryItem>>& all() const { return m_items; }
 
 private:
     friend class MemoryFolder;
+    friend class MemoryItemWalk;
     QList<std::shared_ptr<MemoryItem>> m_items;
-    qsizetype m_cursor = -1;
+    // The positions of the walks in progress (-1 before GetFirst), so that a
+    // removal can slide each of them; a walk that has ended leaves a dead entry.
+    std::vector<std::weak_ptr<qsizetype>> m_walkPositions;
 };
 
 // A folder of the in-memory store. Adding or removing an item raises the
