@@ -11,6 +11,7 @@
 #include "store/TxtTableFile.h"
 
 #include <QDir>
+#include <QFileInfo>
 
 namespace velmora {
 namespace {
@@ -180,8 +181,22 @@ void Connect::buildMenu() {
 void Connect::loadDatabase() {
     SpamData& data = m_state.data;
     const DataFolder& folder = data.folder;
-    if (!FileExists(folder.dataFile(kTxtDataFile)) || !FileExists(folder.dataFile(kPicDataFile)) ||
-        !FileExists(folder.dataFile(kTrustedFile))) {
+    // A data file replaced by a folder (or anything but a regular file) is
+    // not missing: treating it so would offer a build that overwrites the
+    // intact files. It is reported, and its reader fails on it by name.
+    const auto present = [&](QStringView name) {
+        const QString path = folder.dataFile(name);
+        if (FileExists(path))
+            return true;
+        if (!QFileInfo::exists(path))
+            return false;
+        showMessage(path + QStringLiteral(" is not a regular file"));
+        return true;
+    };
+    const bool txtPresent = present(kTxtDataFile);
+    const bool picPresent = present(kPicDataFile);
+    const bool trustedPresent = present(kTrustedFile);
+    if (!txtPresent || !picPresent || !trustedPresent) {
         data.DatabaseMissing = kTrue;
         writeDefaultSettings(m_settings);
         return;

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QIODevice>
 #include <QSaveFile>
 #include <QString>
 
@@ -32,21 +33,37 @@ void forEachLine(QByteArrayView content, OnLine&& onLine) {
     }
 }
 
+// Writes all of `content` to `device` and makes sure it got there: the device
+// is flushed and its error checked, because a file device may report a failed
+// buffered write only when it is flushed (and QSaveFile::commit() renames the
+// file even then). Throws VbError ("Disk full" or "Device I/O error") naming
+// `name` and the cause.
+void writeWhole(QIODevice& device, QByteArrayView content, const QString& name);
+
 // Replaces a data file as a whole: the new content goes to a file beside it,
-// which is flushed and renamed over the old one only when complete, so that a
-// crash leaves either the old file or the new one, never a torn one.
+// which is flushed, checked and renamed over the old one only when complete,
+// so that a crash or a full disk leaves either the old file or the new one,
+// never a torn or empty one.
+//
+// Before it replaces a file whose content the filter does not hold in full
+// (its last load failed, stopped early or never happened), or empties a file
+// of learnt data (the trusted addresses and the two tables), it keeps the old
+// file beside it as "<name>.saved-<date-time>", never overwriting an earlier
+// one, and says so in a message naming both files and the cause.
 class DataFileWriter {
 public:
     explicit DataFileWriter(const QString& path);
 
     // Creates the file aside. Throws VbError naming the path when the folder is
-    // missing or cannot be written.
+    // missing or cannot be written, or the path is not a regular file.
     void open();
     // Puts the content in place of the old file. Throws VbError on failure; the
     // old file is then left as it was.
     void commit(QByteArrayView content);
 
 private:
+    void keepOldFileIfAtRisk(bool emptying);
+
     QSaveFile m_file;
 };
 

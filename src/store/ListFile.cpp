@@ -5,6 +5,7 @@
 #include "base/Rounding.h"
 #include "base/VbError.h"
 #include "store/DataFileIo.h"
+#include "store/DataFileLoads.h"
 
 namespace velmora {
 
@@ -17,8 +18,11 @@ void LoadARRAY(StringList& list, const QString& path) {
                 list.append(fromCp1252(line));
             return true;
         });
+        dataFileLoads::noteComplete(path);
     } catch (const VbError& error) {
-        showMessage(QStringLiteral("LoadARRAY_error: ") + error.description());
+        const QString message = QStringLiteral("LoadARRAY_error: ") + error.description();
+        dataFileLoads::noteIncomplete(path, loadFailureCause(message));
+        showMessage(message);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "base/MessageSink.h"
 #include "base/VbError.h"
 #include "store/DataFileIo.h"
+#include "store/DataFileLoads.h"
 #include "store/FileHelpers.h"
 #include "store/RecordLine.h"
 
@@ -67,10 +68,14 @@ void ReadPicTable(SpamData& data) {
             usedDefault = true;
         }
         readPicFile(data, kPicDataFile);
+        dataFileLoads::noteComplete(data.folder.dataFile(kPicDataFile));
         if (usedDefault)
             WritePicTable(data);
     } catch (const VbError& error) {
-        showMessage(QStringLiteral("ReadPicTable_error: ") + error.description());
+        const QString message = QStringLiteral("ReadPicTable_error: ") + error.description();
+        dataFileLoads::noteIncomplete(data.folder.dataFile(kPicDataFile),
+                                      loadFailureCause(message));
+        showMessage(message);
     }
 }
 

@@ -5,6 +5,7 @@
 #include "base/NumberText.h"
 #include "base/VbError.h"
 #include "store/DataFileIo.h"
+#include "store/DataFileLoads.h"
 #include "store/RecordLine.h"
 
 namespace velmora {
@@ -49,8 +50,9 @@ void appendRecordLine(QByteArray& out, const TxtRec& rec) {
 
 void ReadTxtTable(SpamData& data) {
     data.TxtTable.reset();
+    const QString path = data.folder.dataFile(kTxtDataFile);
     try {
-        const QByteArray content = readDataFile(data.folder.dataFile(kTxtDataFile));
+        const QByteArray content = readDataFile(path);
         RecordFields<kFieldCount> fields;
         forEachLine(content, [&](QByteArrayView line, int number) {
             if (!fields.split(line))
@@ -60,8 +62,11 @@ void ReadTxtTable(SpamData& data) {
             data.TxtTable.append(std::move(rec));
             return true;
         });
+        dataFileLoads::noteComplete(path);
     } catch (const VbError& error) {
-        showMessage(QStringLiteral("ReadTxtTable: ") + error.description());
+        const QString message = QStringLiteral("ReadTxtTable: ") + error.description();
+        dataFileLoads::noteIncomplete(path, loadFailureCause(message));
+        showMessage(message);
     }
 }
 

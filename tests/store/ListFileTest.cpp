@@ -2,6 +2,8 @@
 
 #include "base/VbError.h"
 
+#include <QDir>
+
 #include "support/TestSupport.h"
 
 using namespace velmora;
@@ -46,22 +48,27 @@ TEST(LoadARRAY, MissingFileIsReportedAndLeavesTheListEmpty) {
 TEST(WriteARRAY, OneEntryIsSavedAsAnEmptyFile) {
     RecordingSink sink;
     TempFolder dir;
-    const QString path = dir.file(QStringLiteral("trusteml.dat"));
-    dir.writeBytes(QStringLiteral("trusteml.dat"), "old\r\n");
+    // The restricted words: emptying that file keeps nothing aside (it
+    // mirrors the words box, which the user empties on purpose).
+    const QString path = dir.file(QStringLiteral("restricted.dat"));
+    dir.writeBytes(QStringLiteral("restricted.dat"), "old\r\n");
+    StringList loaded;
+    LoadARRAY(loaded, path);
 
     WriteARRAY(StringList(), path);
-    EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")), QByteArray());
+    EXPECT_EQ(dir.readBytes(QStringLiteral("restricted.dat")), QByteArray());
 
-    WriteARRAY(stringListOf({"only@x.com"}), path);
-    EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")), QByteArray());
+    WriteARRAY(stringListOf({"only"}), path);
+    EXPECT_EQ(dir.readBytes(QStringLiteral("restricted.dat")), QByteArray());
 
     StringList two = stringListOf({"a@x.com", "b\xE9"});
     two[0] = QStringLiteral("slot zero is never written");
     two[2] = QStringLiteral("b\u00E9\u20AC");
     WriteARRAY(two, path);
-    EXPECT_EQ(dir.readBytes(QStringLiteral("trusteml.dat")),
+    EXPECT_EQ(dir.readBytes(QStringLiteral("restricted.dat")),
               QByteArray("a@x.com\r\nb\xE9\x80\r\n"));
     EXPECT_TRUE(sink.messages.isEmpty());
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files).size(), 1);
 
     StringList reread;
     LoadARRAY(reread, path);
