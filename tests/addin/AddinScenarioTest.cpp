@@ -6,7 +6,7 @@
 #include "store/ListFile.h"
 #include "store/PicTableFile.h"
 #include "store/TxtTableFile.h"
-#include "support/FilterFixture.h"
+#include "support/AddinFixture.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -18,57 +18,6 @@ using memory::MemoryItem;
 using memory::MessageContent;
 
 namespace {
-
-const QString kSpamBody = spamBody();
-const QString kWorkBody =
-    mailBody({QStringLiteral("Hi, the meeting moved to Thursday at ten."),
-              QStringLiteral("Please bring the draft report."), QStringLiteral("Thanks, Anna")});
-
-struct Addin {
-    explicit Addin(HeadlessPromptAnswerer::Answer answer = HeadlessPromptAnswerer::Answer::Close)
-        : windows(answer) {}
-
-    TempFolder home;
-    QString workRoot = home.file(QStringLiteral("data/CORVANELSPAM/"));
-    SettingsStore settings{home.file(QStringLiteral("config/velmora.ini"))};
-    std::shared_ptr<memory::MemoryApplication> app = std::make_shared<memory::MemoryApplication>();
-    HeadlessAddinWindows windows;
-    std::unique_ptr<Connect> connect =
-        std::make_unique<Connect>(DataFolder(workRoot), settings, windows);
-
-    SpamData& data() { return connect->state().data; }
-    QString dataFile(QStringView name) { return data().folder.dataFile(name); }
-    QByteArray fileBytes(QStringView name) {
-        QFile file(dataFile(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-    }
-    void connectToHost() { connect->OnConnection(app); }
-
-    // A database that exists: one trusted address, a text and a picture record.
-    void writeSmallDatabase() {
-        QDir().mkpath(DataFolder(workRoot).dataFolder());
-        SpamData seed{DataFolder(workRoot)};
-        seed.TrustedList.append(QStringLiteral("anna@work.example"));
-        seed.TrustedList.append(QStringLiteral("tom@family.example"));
-        WriteARRAY(seed.TrustedList, seed.folder.dataFile(kTrustedFile));
-        TxtRec txt;
-        txt.Sender = QStringLiteral("zz-seed@text.example");
-        txt.Flag = kTrue;
-        txt.Counts.fill(9999);
-        txt.MailAddr = QStringLiteral("x@seed.example");
-        txt.LinkHost = QStringLiteral("www.seed.example");
-        seed.TxtTable.append(txt);
-        WriteTxtTable(seed);
-        PicRec pic;
-        pic.Sender = QStringLiteral("zz-seed@pic.example");
-        pic.Values.fill(5);
-        pic.Size = 1;
-        seed.PicTable.append(pic);
-        WritePicTable(seed);
-        settings.WriteSetting(QStringLiteral("6"), SettingLevelP);
-        settings.WriteSetting(QStringLiteral("14"), SettingLevelT);
-    }
-};
 
 int menuPopups(memory::MemoryApplication& app) {
     int count = 0;

@@ -48,7 +48,9 @@ public:
     MemoryApplication();
 
     std::shared_ptr<HostNamespace> GetNamespace(const QString& type) const override;
-    std::shared_ptr<HostExplorer> ActiveExplorer() const override { return m_explorer; }
+    std::shared_ptr<HostExplorer> ActiveExplorer() const override {
+        return m_explorerOpen ? m_explorer : nullptr;
+    }
     QList<std::shared_ptr<HostExplorer>> Explorers() const override { return {m_explorer}; }
 
     // The folders.
@@ -94,6 +96,9 @@ public:
 
     // The user closes the mail client: Quit, then the temporary controls go.
     void quit();
+    // The client shows no explorer window (started minimised to the tray, or
+    // driven by a script): ActiveExplorer() gives nothing.
+    void closeExplorer() { m_explorerOpen = false; }
 
     // Every item of every folder, for look-up by identifier.
     std::shared_ptr<MemoryItem> findItem(const QString& entryId) const;
@@ -114,6 +119,7 @@ private:
     std::shared_ptr<MemoryFolder> m_deleted;
     std::shared_ptr<MemoryFolder> m_junk;
     std::shared_ptr<MemoryExplorer> m_explorer = std::make_shared<MemoryExplorer>();
+    bool m_explorerOpen = true;
     std::shared_ptr<MemoryNamespace> m_namespace;
 };
 

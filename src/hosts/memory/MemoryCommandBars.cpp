@@ -16,13 +16,16 @@ void MemoryControl::deleteControl() {
 }
 
 ControlRef MemoryControl::add(ControlType type, bool temporary) {
-    auto control = std::make_shared<MemoryControl>(type, temporary, &m_children);
+    refused(u"add", 0);
+    auto control = std::make_shared<MemoryControl>(type, temporary, &m_children, m_refusals);
     m_children.append(control);
     return control;
 }
 
 ControlRef MemoryCommandBar::add(ControlType type, bool temporary) {
-    auto control = std::make_shared<MemoryControl>(type, temporary, &m_controls);
+    if (m_refusals->contains(QStringLiteral("add")))
+        throw VbError(VbError::AutomationError, QStringLiteral("the host refused add"));
+    auto control = std::make_shared<MemoryControl>(type, temporary, &m_controls, m_refusals);
     m_controls.append(control);
     return control;
 }

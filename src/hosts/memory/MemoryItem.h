@@ -34,7 +34,10 @@ public:
     QString EntryID() const override { return m_entryId; }
     QString senderEmailAddress() const override { return m_content.sender; }
     QString subject() const override { return m_content.subject; }
-    void setSubject(const QString& subject) override { m_content.subject = subject; }
+    void setSubject(const QString& subject) override {
+        m_content.subject = subject;
+        ++m_subjectWrites;
+    }
     QString body() const override { return m_content.body; }
     QString htmlBody() const override { return m_content.htmlBody; }
     int attachmentCount() const override { return int(m_attachments.size()); }
@@ -46,6 +49,9 @@ public:
     // What the store holds: the subject as last saved, and how often it was.
     QString savedSubject() const { return m_savedSubject; }
     int saveCount() const { return m_saveCount; }
+    // How often the subject was written (a real host may store a new message
+    // for each write).
+    int subjectWrites() const { return m_subjectWrites; }
     MemoryFolder* folder() const { return m_folder; }
     // Makes save() or move() fail from now on, as a host call can.
     enum class Operation { Save, Move };
@@ -62,6 +68,7 @@ private:
     QList<std::shared_ptr<MemoryAttachment>> m_attachments;
     QString m_savedSubject;
     int m_saveCount = 0;
+    int m_subjectWrites = 0;
     MemoryFolder* m_folder = nullptr;
     bool m_saveFails = false;
     bool m_moveFails = false;
