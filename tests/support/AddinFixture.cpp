@@ -21,7 +21,7 @@ QByteArray Addin::fileBytes(QStringView name) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
 }
 
-void Addin::writeSmallDatabase() {
+void writeSmallDatabase(const QString& workRoot, SettingsStore& settings) {
     QDir().mkpath(DataFolder(workRoot).dataFolder());
     SpamData seed{DataFolder(workRoot)};
     seed.TrustedList.append(QStringLiteral("anna@work.example"));

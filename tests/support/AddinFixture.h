@@ -8,6 +8,10 @@
 
 namespace velmora::test {
 
+// A database that exists under `workRoot`: two trusted addresses, a text and
+// a picture record, and the default levels.
+void writeSmallDatabase(const QString& workRoot, SettingsStore& settings);
+
 // A mail body of a plain work mail, and one of spam.
 extern const QString kSpamBody;
 extern const QString kWorkBody;
@@ -32,9 +36,8 @@ struct Addin {
     QByteArray fileBytes(QStringView name);
     void connectToHost() { connect->OnConnection(app); }
 
-    // A database that exists: two trusted addresses, a text and a picture
-    // record, and the default levels.
-    void writeSmallDatabase();
+    // A database that exists (see below).
+    void writeSmallDatabase() { velmora::test::writeSmallDatabase(workRoot, settings); }
 };
 
 // Runs `action` from inside the `yields`-th yield to the event loop from now
