@@ -16,6 +16,11 @@ namespace velmora {
 class FormLifetime {
 public:
     FormLifetime() = default;
+    // Forms still waiting to be destroyed go with their owner.
+    ~FormLifetime() {
+        for (const QPointer<QWidget>& form : m_dying)
+            delete form.data();
+    }
     FormLifetime(const FormLifetime&) = delete;
     FormLifetime& operator=(const FormLifetime&) = delete;
 
@@ -53,15 +58,19 @@ private:
     void destroyRetired() {
         // Deferred: the retiring call itself may come from inside the form's
         // own event handling.
+        std::erase_if(m_dying, [](const QPointer<QWidget>& form) { return form.isNull(); });
         for (const QPointer<QWidget>& form : m_retired) {
-            if (form)
+            if (form) {
                 form->deleteLater();
+                m_dying.push_back(form);
+            }
         }
         m_retired.clear();
     }
 
     int m_running = 0;
     std::vector<QPointer<QWidget>> m_retired;
+    std::vector<QPointer<QWidget>> m_dying; // deletion posted, not yet done
 };
 
 } // namespace velmora

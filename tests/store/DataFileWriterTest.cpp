@@ -201,3 +201,31 @@ TEST(DataFileWriter, DataFileThatIsAFolderIsNamedAndLeftAlone) {
             << message.toStdString();
     EXPECT_TRUE(QFileInfo(data.folder.dataFile(kTxtDataFile)).isDir());
 }
+
+TEST(DataFileWriter, TableFileLongerThanATableHoldsIsKeptBeforeItShrinks) {
+    dataFileLoads::clear();
+    RecordingSink sink;
+    TempFolder dir;
+    SpamData data{DataFolder(dir.path())};
+    QDir().mkpath(data.folder.dataFolder());
+    QByteArray lines;
+    for (int i = 0; i <= TxtRecords::kMaxEntries; ++i) {
+        lines +=
+            dataFileBytes("S|") + QByteArray::number(100000 + i) +
+            dataFileBytes("@x.example|| 0| 0||| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0| 0|"
+                          "Hi\n");
+    }
+    QFile file(data.folder.dataFile(kTxtDataFile));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(lines);
+    file.close();
+
+    ReadTxtTable(data);
+    EXPECT_EQ(data.TxtTable.upperBound(), TxtRecords::kMaxEntries);
+    ASSERT_EQ(sink.messages.size(), 1);
+    EXPECT_EQ(sink.messages[0],
+              QStringLiteral("ReadTxtTable: Overflow (the table is full: 32767 entries)"));
+    WriteTxtTable(data);
+    ASSERT_EQ(savedCopies(data, kTxtDataFile).size(), 1);
+    EXPECT_TRUE(sink.messages.value(1).contains(QStringLiteral("stopped early")));
+}
