@@ -1,11 +1,10 @@
 #pragma once
 
 #include "addin/host/HostFolder.h"
+#include "addin/host/PositionalWalks.h"
 #include "hosts/memory/MemoryItem.h"
 
 #include <QList>
-
-#include <vector>
 
 #include <memory>
 
@@ -23,11 +22,9 @@ public:
 
 private:
     friend class MemoryFolder;
-    friend class MemoryItemWalk;
     QList<std::shared_ptr<MemoryItem>> m_items;
-    // The positions of the walks in progress (-1 before GetFirst), so that a
-    // removal can slide each of them; a walk that has ended leaves a dead entry.
-    std::vector<std::weak_ptr<qsizetype>> m_walkPositions;
+    PositionalWalks m_walks{[this] { return m_items.size(); },
+                            [this](qsizetype at) -> MailItemRef { return m_items[at]; }};
 };
 
 // A folder of the in-memory store. Adding or removing an item raises the
