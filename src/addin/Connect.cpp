@@ -5,6 +5,7 @@
 #include "base/MessageSink.h"
 #include "base/VbError.h"
 #include "settings/Thresholds.h"
+#include "store/DataFileLoads.h"
 #include "store/FileHelpers.h"
 #include "store/ListFile.h"
 #include "store/PicTableFile.h"
@@ -125,6 +126,13 @@ void Connect::OnConnection(const std::shared_ptr<HostApplication>& application) 
 
         loadDatabase();
     } catch (const VbError& error) {
+        // A data file not loaded by now was never read: the next save over it
+        // keeps it aside, and says why.
+        const DataFolder& folder = m_state.data.folder;
+        for (QStringView name : {kTxtDataFile, kPicDataFile, kTrustedFile, kRestrictedFile})
+            dataFileLoads::noteIfUnknown(folder.dataFile(name),
+                                         QStringLiteral("the filter's start ended early (") +
+                                             error.description() + QLatin1Char(')'));
         showMessage(error.description());
         return;
     }

@@ -40,7 +40,7 @@ void Connect::m_olOutlook_NewMailEx(const QString& entryIdCollection) {
             CurrentMail = item;
             m_state.flags.SelfMoving = kTrue;
             if (AnalyseEmail(m_state, *CurrentMail) != kFalse)
-                CurrentMail->move(held(JunkFolder));
+                held(CurrentMail).move(held(JunkFolder)); // a nested event may have cleared it
             CurrentMail.reset();
             m_state.flags.SelfMoving = kFalse;
         }

@@ -3,14 +3,19 @@
 #include "base/Cp1252.h"
 #include "base/MessageSink.h"
 #include "base/Val.h"
+#include "settings/IniDocument.h"
+#include "settings/SettingsFile.h"
+#include "settings/StoredValue.h"
 
-#include <QFileInfo>
-#include <QSettings>
+#include <QDir>
+
+#include <optional>
 
 namespace velmora {
 namespace {
 
 const QString kKey = QStringLiteral("CorvanelVelmora");
+const QString kAppSection = QStringLiteral("Velmora");
 constexpr int kQueryBufferBytes = 1024;
 
 QString valueName(short number) {
@@ -28,7 +33,7 @@ QString valueName(short number) {
 }
 
 // A value stored as a number rather than a string (only a hand-edited
-// "@Variant(...)" does that) reads the way a 32-bit registry number read into a
+// "@Variant(...)" holds one) reads the way a 32-bit registry number read into a
 // text buffer always has: its bytes, lowest first, up to the first zero byte,
 // taken from the last to the first as hexadecimal digits. So 0x106 reads "22"
 // and any number whose lowest byte is zero reads "0".
@@ -42,18 +47,51 @@ QString numberValueText(quint32 value) {
     return QString::number(qint64(Val(QStringLiteral("&h") + digits)));
 }
 
-bool isNumberType(const QVariant& value) {
-    switch (value.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::Long:
-    case QMetaType::ULong:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-        return true;
-    default:
+// The value stored under `key`; a file that cannot be read holds nothing.
+StoredValue readStoredValue(const QString& path, const QString& key) {
+    const SettingsFileContents contents = readSettingsFile(path);
+    if (!contents.error.isEmpty())
+        return {};
+    const std::optional<IniValueText> value = IniDocument(contents.bytes).value(key);
+    return value ? decodeStoredValue(*value) : StoredValue{};
+}
+
+bool holdsString(const IniDocument& document, const QString& key, const QString& text) {
+    const std::optional<IniValueText> value = document.value(key);
+    if (!value)
         return false;
-    }
+    const StoredValue stored = decodeStoredValue(*value);
+    return stored.kind == StoredValue::String && stored.text == text;
+}
+
+// Stores `text` as the string value of `key`. Returns why that failed, or "".
+// A file that cannot be read in full is not replaced, since what it holds
+// would be lost.
+QString storeString(const QString& path, const QString& key, const QString& text) {
+    const SettingsFileContents old = readSettingsFile(path);
+    if (!old.error.isEmpty())
+        return old.error;
+    if (const QString cause = checkSettingsFileWritable(path); !cause.isEmpty())
+        return cause;
+    IniDocument document(old.bytes);
+    document.setValue(key, encodeStoredString(text));
+    // An unclosed quote earlier in a hand-edited file can swallow the line.
+    if (!holdsString(document, key, text))
+        return QStringLiteral("the value would not read back as written");
+    if (document.bytes().size() > kMaxSettingsFileBytes)
+        return QStringLiteral("the file would grow larger than 1 MiB");
+    if (const QString cause = replaceSettingsFile(path, document.bytes()); !cause.isEmpty())
+        return cause;
+    const SettingsFileContents now = readSettingsFile(path);
+    if (!now.error.isEmpty())
+        return now.error;
+    if (!holdsString(IniDocument(now.bytes), key, text))
+        return QStringLiteral("the value read back differs from the one written");
+    return {};
+}
+
+QString appKey(const QString& section, const QString& key) {
+    return kAppSection + QLatin1Char('/') + section + QLatin1Char('/') + key;
 }
 
 } // namespace
@@ -61,15 +99,13 @@ bool isNumberType(const QVariant& value) {
 SettingsStore::SettingsStore(const QString& iniFile) : m_iniFile(iniFile) {}
 
 QString SettingsStore::ReadSetting(short number) const {
-    QSettings settings(m_iniFile, QSettings::IniFormat);
-    if (settings.status() != QSettings::NoError)
-        return {};
-    const QVariant value = settings.value(kKey + QLatin1Char('/') + valueName(number));
-    if (isNumberType(value))
-        return numberValueText(static_cast<quint32>(value.toLongLong()));
-    if (value.typeId() != QMetaType::QString)
-        return {}; // missing, or a list or binary value
-    QByteArray ansi = toCp1252(value.toString());
+    const StoredValue value =
+        readStoredValue(m_iniFile, kKey + QLatin1Char('/') + valueName(number));
+    if (value.kind == StoredValue::Number)
+        return numberValueText(value.number);
+    if (value.kind != StoredValue::String)
+        return {}; // missing, or a list, bytes or another type
+    QByteArray ansi = toCp1252(value.text);
     if (ansi.size() >= kQueryBufferBytes)
         return {};
     const qsizetype nul = ansi.indexOf('\0');
@@ -79,30 +115,22 @@ QString SettingsStore::ReadSetting(short number) const {
 }
 
 void SettingsStore::WriteSetting(const QString& value, short number) {
-    if (!setString(valueName(number), value))
-        showMessage(QStringLiteral("Error: can't write registry"));
+    const QString stored = fromCp1252(toCp1252(value.isEmpty() ? QStringLiteral(" ") : value));
+    const QString cause =
+        storeString(m_iniFile, kKey + QLatin1Char('/') + valueName(number), stored);
+    if (!cause.isEmpty())
+        showMessage(QStringLiteral("Error: can't write registry\n") +
+                    QDir::toNativeSeparators(m_iniFile) + QStringLiteral(": ") + cause);
 }
 
 void SettingsStore::saveAppSetting(const QString& section, const QString& key,
                                    const QString& value) {
-    QSettings settings(m_iniFile, QSettings::IniFormat);
-    settings.setValue(QStringLiteral("Velmora/") + section + QLatin1Char('/') + key, value);
-    settings.sync();
+    storeString(m_iniFile, appKey(section, key), value);
 }
 
 QString SettingsStore::appSetting(const QString& section, const QString& key) const {
-    QSettings settings(m_iniFile, QSettings::IniFormat);
-    return settings.value(QStringLiteral("Velmora/") + section + QLatin1Char('/') + key).toString();
-}
-
-bool SettingsStore::setString(const QString& name, const QString& value) {
-    QSettings settings(m_iniFile, QSettings::IniFormat);
-    if (!settings.isWritable())
-        return false;
-    const QString stored = value.isEmpty() ? QStringLiteral(" ") : value;
-    settings.setValue(kKey + QLatin1Char('/') + name, fromCp1252(toCp1252(stored)));
-    settings.sync();
-    return settings.status() == QSettings::NoError;
+    const StoredValue value = readStoredValue(m_iniFile, appKey(section, key));
+    return value.kind == StoredValue::String ? value.text : QString();
 }
 
 } // namespace velmora

@@ -2,13 +2,26 @@
 
 #include "base/Rounding.h"
 #include "base/Val.h"
+#include "base/VbError.h"
 
 namespace velmora {
 
 Thresholds deriveThresholds(const SettingsStore& store) {
     Thresholds t;
-    t.LevelP = Val(store.ReadSetting(SettingLevelP)) + 80;
-    t.LevelT = toInt16(Val(store.ReadSetting(SettingLevelT)) + 80);
+    // A level out of range fails as it always has; the error names the value
+    // and the file, so the user can find and mend it.
+    const auto level = [&](SettingNumber number, const char* name, const auto& derive) {
+        const QString stored = store.ReadSetting(number);
+        try {
+            return derive(stored);
+        } catch (const VbError& error) {
+            throw VbError(error.number(), QStringLiteral("%1 = \"%2\" in %3")
+                                              .arg(QLatin1String(name), stored, store.fileName()));
+        }
+    };
+    t.LevelP = level(SettingLevelP, "LevelP", [](const QString& v) { return Val(v) + 80; });
+    t.LevelT =
+        level(SettingLevelT, "LevelT", [](const QString& v) { return toInt16(Val(v) + 80); });
     t.TextFlag = toBool16(store.ReadSetting(SettingTextP) == QStringLiteral("1"));
     return t;
 }

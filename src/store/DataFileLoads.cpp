@@ -27,6 +27,11 @@ void noteIncomplete(const QString& path, const QString& cause) {
                       cause.isEmpty() ? QStringLiteral("it was not read in full") : cause);
 }
 
+void noteIfUnknown(const QString& path, const QString& cause) {
+    if (!outcomes().contains(key(path)))
+        outcomes().insert(key(path), cause);
+}
+
 QString riskOfReplacing(const QString& path) {
     const auto found = outcomes().constFind(key(path));
     if (found == outcomes().constEnd())

@@ -15,6 +15,8 @@ namespace dataFileLoads {
 void noteComplete(const QString& path);
 // The load stopped early or failed; `cause` is the reader's message.
 void noteIncomplete(const QString& path, const QString& cause);
+// Notes `cause` for a file whose load has no outcome yet in this process.
+void noteIfUnknown(const QString& path, const QString& cause);
 // Why replacing the file on disk could lose data the filter does not hold:
 // the cause of an incomplete load, or that the file was never loaded; empty
 // when its last load was complete.

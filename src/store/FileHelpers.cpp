@@ -102,6 +102,8 @@ bool DirectoryExist(const QString& path) {
 
 qint64 fileLength(const QString& path) {
     const QFileInfo info(path);
+    if (info.exists() && !info.isFile())
+        throw VbError(VbError::PathFileAccessError, path + QStringLiteral(": not a regular file"));
     if (!info.isFile())
         throw VbError(VbError::FileNotFound, path);
     return info.size();

@@ -63,14 +63,47 @@ TEST(SettingsStore, HandEditedValuesOfOtherTypes) {
     EXPECT_EQ(store.ReadSetting(SettingLevelT), QStringLiteral("0"));  // 0x100
 }
 
-TEST(SettingsStore, UnwritableStoreIsReportedOncePerWrite) {
+TEST(SettingsStore, UnwritableStoreIsReportedOncePerWriteNamingTheFile) {
     RecordingSink sink;
     TempFolder dir;
     dir.writeBytes(QStringLiteral("notafolder"), "x");
-    SettingsStore store(dir.file(QStringLiteral("notafolder/velmora.ini")));
+    const QString path = dir.file(QStringLiteral("notafolder/velmora.ini"));
+    SettingsStore store(path);
     store.WriteSetting(QStringLiteral("6"), SettingLevelP);
     store.WriteSetting(QStringLiteral("14"), SettingLevelT);
-    EXPECT_EQ(sink.messages, (QStringList{QStringLiteral("Error: can't write registry"),
-                                          QStringLiteral("Error: can't write registry")}));
+    ASSERT_EQ(sink.messages.size(), 2);
+    for (const QString& message : sink.messages) {
+        EXPECT_TRUE(message.startsWith(QStringLiteral("Error: can't write registry\n")))
+            << message.toStdString();
+        EXPECT_TRUE(message.contains(path)) << message.toStdString();
+    }
     EXPECT_EQ(store.ReadSetting(SettingLevelP), QString());
+}
+
+TEST(SettingsStore, HandEditedFilesKeepTheirOtherLinesAndAreNeverLost) {
+    RecordingSink sink;
+    TempFolder dir;
+    const QByteArray handMade = "; my notes\n[Other]\nkeep=\"a, b\"\n[CorvanelVelmora]\n"
+                                "LevelP=@Variant(\\0\\0\\0\\xb\\0\\0\\0\\x1\\0\\0\\0\\x2\\0"
+                                "\\x36)\nLevelT=@Rect(1 2 3 4)\n";
+    dir.writeBytes(QStringLiteral("velmora.ini"), handMade);
+    SettingsStore store(dir.file(QStringLiteral("velmora.ini")));
+    EXPECT_EQ(store.ReadSetting(SettingLevelP), QString()); // a streamed list of strings
+    EXPECT_EQ(store.ReadSetting(SettingLevelT), QString());
+
+    store.WriteSetting(QStringLiteral("9"), SettingLevelT);
+    const QByteArray now = dir.readBytes(QStringLiteral("velmora.ini"));
+    EXPECT_TRUE(now.startsWith("; my notes\n[Other]\nkeep=\"a, b\"\n")) << now.constData();
+    EXPECT_TRUE(now.contains("LevelT=9\n")) << now.constData();
+    EXPECT_EQ(store.ReadSetting(SettingLevelT), QStringLiteral("9"));
+
+    // A file far larger than any the filter writes is neither read nor replaced.
+    QByteArray huge = "[CorvanelVelmora]\nLevelP=5\n";
+    huge += QByteArray(2 * 1024 * 1024, ';');
+    dir.writeBytes(QStringLiteral("velmora.ini"), huge);
+    EXPECT_EQ(store.ReadSetting(SettingLevelP), QString());
+    store.WriteSetting(QStringLiteral("7"), SettingLevelP);
+    EXPECT_EQ(dir.readBytes(QStringLiteral("velmora.ini")), huge);
+    ASSERT_EQ(sink.messages.size(), 1);
+    EXPECT_TRUE(sink.messages[0].contains(QStringLiteral("larger than 1 MiB")));
 }

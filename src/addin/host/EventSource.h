@@ -64,10 +64,12 @@ public:
         // guards its state by flags, not locks.
         Q_ASSERT(!QCoreApplication::instance() ||
                  QThread::currentThread() == QCoreApplication::instance()->thread());
-        // A copy, so that handlers may change the subscriptions meanwhile.
-        const auto handlers = m_state->handlers;
+        // Copies, so that handlers may change the subscriptions meanwhile,
+        // and even destroy the source, while the event runs.
+        const std::shared_ptr<State> state = m_state;
+        const auto handlers = state->handlers;
         for (const auto& handler : handlers) {
-            if (isSubscribed(handler))
+            if (isSubscribed(*state, handler))
                 (*handler)(args...);
         }
     }
@@ -79,8 +81,8 @@ private:
         std::list<std::shared_ptr<Handler>> handlers;
     };
 
-    bool isSubscribed(const std::shared_ptr<Handler>& handler) const {
-        for (const auto& h : m_state->handlers) {
+    static bool isSubscribed(const State& state, const std::shared_ptr<Handler>& handler) {
+        for (const auto& h : state.handlers) {
             if (h == handler)
                 return true;
         }

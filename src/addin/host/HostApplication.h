@@ -82,7 +82,10 @@ public:
 //
 // Events are raised on the thread that runs the Qt event loop (EventSource
 // asserts it). Handlers yield to the loop, so a host is re-entered through
-// its own events and calls while it raises one, and must tolerate that.
+// its own events and calls while it raises one, and must tolerate that; it
+// must not destroy a folder, an item or the add-in whose event is still
+// running (the add-in may let go of the host meanwhile, which only drops its
+// references).
 // Host failures reach the add-in only as VbError. Handles (items, folders)
 // keep working after their item has moved.
 class HostApplication {

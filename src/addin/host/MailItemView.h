@@ -66,9 +66,11 @@ public:
     virtual void save() = 0;
     // Moves the item into `destination`: ItemRemove on the source, then
     // ItemAdd on the destination, both raised before this returns (and never
-    // again later as if the user had moved it). The caller must not use the
-    // handle afterwards. A failure throws VbError and leaves the item whole in
-    // its folder.
+    // again later as if the user had moved it). A failure throws VbError and
+    // leaves the item whole in its folder. The add-in does not use a handle it
+    // has moved; a host still keeps it working (it refers to the item in its
+    // new folder), because handles the add-in remembered, such as the
+    // explorer's selection, may be moved by others.
     virtual void move(HostFolder& destination) = 0;
 };
 
