@@ -13,7 +13,7 @@ void HeadlessAddinWindows::attach(FilterState& state, SettingsStore& settings, T
 
 HeadlessToolWindow& HeadlessAddinWindows::window() {
     if (!m_window)
-        m_window = std::make_unique<HeadlessToolWindow>();
+        m_window = std::make_shared<HeadlessToolWindow>();
     return *m_window;
 }
 

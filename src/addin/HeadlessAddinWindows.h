@@ -42,8 +42,11 @@ private:
     FilterState* m_state = nullptr;
     SettingsStore* m_settings = nullptr;
     HeadlessPromptAnswerer m_prompts;
-    std::unique_ptr<HeadlessToolWindow> m_window;
-    LoadedPictureBox m_pictureBox{[this]() -> PictureBox& { return window().pictureBox(); }};
+    std::shared_ptr<HeadlessToolWindow> m_window;
+    LoadedPictureBox m_pictureBox{[this] {
+        HeadlessToolWindow& loaded = window();
+        return LoadedPictureBox::Held{&loaded.pictureBox(), m_window};
+    }};
     bool m_shown = false;
 };
 

@@ -18,6 +18,8 @@ int toPixels(double units) {
     return toInt16(units);
 }
 
+PicRec fingerprintOn(PictureBox& box, const QImage& picture);
+
 } // namespace
 
 int colourBand(std::uint32_t colour) {
@@ -29,6 +31,14 @@ int colourBand(std::uint32_t colour) {
 }
 
 PicRec AnalysePicture(PictureBox& box, const QImage& picture) {
+    PicRec rec;
+    box.keepWhile([&] { rec = fingerprintOn(box, picture); });
+    return rec;
+}
+
+namespace {
+
+PicRec fingerprintOn(PictureBox& box, const QImage& picture) {
     PicRec rec;
     const int originalWidth = box.width();
     const int originalHeight = box.height();
@@ -84,4 +94,5 @@ PicRec AnalysePicture(PictureBox& box, const QImage& picture) {
     return rec;
 }
 
+} // namespace
 } // namespace velmora

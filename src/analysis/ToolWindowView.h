@@ -3,6 +3,8 @@
 #include <QImage>
 #include <QString>
 
+#include <functional>
+
 namespace velmora {
 
 // The tool window's picture box, into which pictures are drawn to be
@@ -25,6 +27,11 @@ public:
     virtual const QImage& pixels() const = 0;
     // Removes the box's picture.
     virtual void clearPicture() = 0;
+
+    // Runs `work` with every use of this box going to one and the same box,
+    // kept alive throughout even if its window is closed meanwhile, so that a
+    // picture drawn and read across yields is fingerprinted on one surface.
+    virtual void keepWhile(const std::function<void()>& work) { work(); }
 };
 
 // The box's background shows where a picture is transparent.

@@ -13,13 +13,14 @@ inline constexpr QStringView kTrustedFile = u"trusteml.dat";
 inline constexpr QStringView kRestrictedFile = u"restricted.dat";
 
 // An attachment's name, chosen by its sender, as one safe file name in the
-// work root: path separators, NUL and other control characters and the
-// wildcards * and ? become "_", a name that is empty or starts with "." gets
-// a "_" in front (so neither "." nor ".." nor a hidden file can come of it),
-// and a name longer than 120 characters keeps its first 100 and last 20 (the
-// extension survives). The same name always maps to the same file, so saving
+// work root. Path separators, NUL and other control characters, the wildcards
+// * and ? (taken literally), "%" itself and a leading "." are written as "%XX"
+// per UTF-8 byte, so neither "." nor ".." nor a hidden file can come of it, and
+// an empty name becomes "%". Different names give different files, so saving
 // under one name and deleting under another (display name and file name)
-// behave as they would with the names themselves.
+// behave as they would with the names themselves. A name of more than 200
+// bytes keeps its start, a hash of the whole and its last 20 characters (the
+// extension survives).
 QString attachmentFileName(const QString& name);
 
 // The two fixed folders: the work root, where picture attachments are saved

@@ -9,7 +9,12 @@
 namespace velmora {
 
 WidgetAddinWindows::WidgetAddinWindows()
-    : m_pictureBox([this]() -> PictureBox& { return window().pictureBox(); }),
+    : m_pictureBox([this] {
+          // A retired window lives on while a handler scope is open.
+          ToolBox& loaded = window();
+          return LoadedPictureBox::Held{&loaded.pictureBox(),
+                                        std::make_shared<FormLifetime::Scope>(&m_lifetime)};
+      }),
       m_prompts(std::make_unique<WidgetPromptDialogs>()) {}
 
 WidgetAddinWindows::~WidgetAddinWindows() {

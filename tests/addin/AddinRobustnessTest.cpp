@@ -229,10 +229,14 @@ TEST(AddinRobustness, HostileAttachmentNamesStayInsideTheWorkRoot) {
     const QByteArray png = pictureFile(solidPicture(60, 60, qRgb(0, 0, 0)), "PNG", 3000);
     const QString nul = QStringLiteral("a") + QChar(0) + QStringLiteral("b.png");
     const QString longName = QString(300, u'x') + QStringLiteral(".png");
+    QString longForeignName;
+    for (int i = 0; i < 120; ++i)
+        longForeignName += QStringLiteral("\u00E9\u65E5\U0001F600");
+    longForeignName += QStringLiteral(".png");
     for (const QString& name :
          {QStringLiteral("../victim.png"), QStringLiteral("..\\victim.png"), nul,
           QStringLiteral(".."), QStringLiteral(".hidden.png"), QStringLiteral("*.png"), longName,
-          QStringLiteral("sub/dir/../../../victim.png")}) {
+          longForeignName, QStringLiteral("sub/dir/../../../victim.png")}) {
         RecordingSink sink;
         Addin a;
         a.writeSmallDatabase();
@@ -252,12 +256,36 @@ TEST(AddinRobustness, HostileAttachmentNamesStayInsideTheWorkRoot) {
         const QStringList left = filesIn(a.workRoot);
         for (const QString& file : left) {
             EXPECT_FALSE(file.startsWith(u'.')) << file.toStdString();
-            EXPECT_LE(file.size(), 120);
+            EXPECT_LE(file.toUtf8().size(), 255);
         }
         // The next start clears every file it left there.
         a.connect->OnDisconnection();
         a.connectToHost();
         EXPECT_EQ(filesIn(a.workRoot), QStringList()) << name.toStdString();
+    }
+}
+
+TEST(AddinRobustness, DisplayAndFileNamesThatDifferStayDifferentFiles) {
+    // Taken out of Junk, a picture is saved under its display name and
+    // deleted under its file name: when the two differ only in characters
+    // that are made safe, the saved file must still stay behind, as it would
+    // with the names themselves.
+    const QByteArray png = pictureFile(solidPicture(60, 60, qRgb(0, 0, 0)), "PNG", 3000);
+    for (const auto& [display, file] :
+         {std::pair{QStringLiteral("a/b.png"), QStringLiteral("a_b.png")},
+          std::pair{QStringLiteral("a%2Fb.png"), QStringLiteral("a/b.png")},
+          std::pair{QStringLiteral("same.png"), QStringLiteral("same.png")}}) {
+        RecordingSink sink;
+        Addin a;
+        a.writeSmallDatabase();
+        a.connectToHost();
+        MemoryFolder& projects = a.app->addFolder(a.app->store(), QStringLiteral("Projects"));
+        const auto item =
+            a.app->place(projects, pictureMail(QStringLiteral("pics@shop.example"),
+                                               QStringLiteral("Look"), file, png, display));
+        a.app->userMove({item}, a.app->junk());
+        a.app->userMove({item}, projects); // saves by display name, deletes by file name
+        EXPECT_EQ(filesIn(a.workRoot).size(), display == file ? 0 : 1) << display.toStdString();
     }
 }
 
@@ -286,6 +314,29 @@ TEST(AddinRobustness, UndecodablePictureDoesNotPoisonTheNextOneOfItsName) {
     EXPECT_EQ(good->folder(), &a.app->junk());
     EXPECT_TRUE(good->savedSubject().startsWith(QStringLiteral("{S:")))
         << good->savedSubject().toStdString();
+}
+
+TEST(AddinRobustness, HandEditedTypedSettingsAreReadAsTextAtStart) {
+    // Lines a settings library would turn into a bitmap (which needs a GUI),
+    // a 2 GB byte array and a number; only the number is taken.
+    RecordingSink sink;
+    Addin a;
+    a.writeSmallDatabase();
+    QFile ini(a.settings.fileName());
+    ASSERT_TRUE(ini.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    ini.write("[CorvanelVelmora]\n"
+              "LevelP=@Variant(\\0\\0\\0I\\0\\0\\0\\x1)\n"
+              "LevelT=@Variant(\\0\\0\\0\\f\\x7f\\xff\\xff\\xff)\n"
+              "TextP=@Variant(\\0\\0\\0\\x2\\0\\0\\0\\x1)\n");
+    ini.close();
+    const QByteArray learnt = a.fileBytes(kTxtDataFile);
+    a.connectToHost();
+    EXPECT_EQ(a.settings.ReadSetting(SettingTextP), QStringLiteral("1"));
+    EXPECT_GT(a.data().TxtTable.upperBound(), 0); // the start went through to the tables
+    EXPECT_EQ(a.fileBytes(kTxtDataFile), learnt);
+    EXPECT_EQ(QDir(a.data().folder.dataFolder()).entryList({QStringLiteral("*.saved-*")}),
+              QStringList());
+    EXPECT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
 }
 
 TEST(AddinRobustness, LevelOutOfRangeAtStartKeepsTheTablesAside) {

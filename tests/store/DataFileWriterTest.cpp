@@ -81,6 +81,23 @@ TEST(DataFileWriter, DeviceThatFailsAfterSomeBytesIsReportedByNameAndCause) {
     }
 }
 
+TEST(DataFileWriter, BufferedWriteThatFailsOnlyWhenFlushedIsCaught) {
+    // /dev/full takes writes into QFile's buffer and refuses them at flush.
+    if (!QFileInfo::exists(QStringLiteral("/dev/full")))
+        GTEST_SKIP() << "no /dev/full";
+    for (const int bytes : {10, 20000}) {
+        QFile full(QStringLiteral("/dev/full"));
+        ASSERT_TRUE(full.open(QIODevice::WriteOnly));
+        try {
+            writeWhole(full, QByteArray(bytes, 'x'), QStringLiteral("trusteml.dat"));
+            ADD_FAILURE() << "no error for " << bytes << " bytes";
+        } catch (const VbError& error) {
+            EXPECT_EQ(error.number(), VbError::DiskFull) << error.description().toStdString();
+            EXPECT_TRUE(error.description().contains(QStringLiteral("trusteml.dat")));
+        }
+    }
+}
+
 TEST(DataFileWriter, FullFileSystemKeepsTheOldFileAndSaysWhy) {
     // A real file system that fills up: a small tmpfs, which only root may
     // mount (CI runs as root).

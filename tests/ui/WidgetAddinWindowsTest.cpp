@@ -1,16 +1,21 @@
 #include "ui/WidgetAddinWindows.h"
 
 #include "addin/Connect.h"
+#include "analysis/PictureFingerprint.h"
 #include "settings/Thresholds.h"
 #include "support/AddinFixture.h"
+#include "ui/Dialog.h"
+#include "ui/Dialog2.h"
 #include "ui/HelpViewer.h"
 #include "ui/ToolBox.h"
+#include "ui/WidgetPromptDialogs.h"
 
 #include <QCheckBox>
 #include <QCoreApplication>
 #include <QEvent>
 #include <QPointer>
 #include <QPushButton>
+#include <QTimer>
 
 using namespace velmora;
 using namespace velmora::test;
@@ -60,8 +65,9 @@ namespace {
 // The add-in with its windows on screen, connected to an in-memory mail
 // client that holds a small database.
 struct OnScreenAddin {
-    OnScreenAddin() {
-        writeSmallDatabase(workRoot, settings);
+    explicit OnScreenAddin(bool withDatabase = true) {
+        if (withDatabase)
+            writeSmallDatabase(workRoot, settings);
         connect.OnConnection(app);
     }
 
@@ -95,6 +101,40 @@ TEST(WidgetAddinWindows, WindowClosedWhileAPictureIsFingerprinted) {
         EXPECT_EQ(first, nullptr) << yields; // closed, hence unloaded and destroyed
         EXPECT_NE(item->folder(), nullptr);
         EXPECT_EQ(a.connect.state().flags.StopBuild, kTrue);
+    }
+}
+
+namespace {
+
+QImage gradientPicture(int width, int height) {
+    QImage picture(width, height, QImage::Format_RGB32);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            picture.setPixel(x, y, qRgb(x * 255 / width, y * 255 / height, (x + y) % 256));
+    return picture;
+}
+
+} // namespace
+
+TEST(WidgetAddinWindows, FingerprintDoesNotDependOnWhenTheWindowCloses) {
+    const QImage picture = gradientPicture(300, 140);
+    OnScreenAddin a;
+    ToolWindowView& view = a.connect.state().toolBox;
+    view.pictureBox().setHeight(view.pictureBox().width());
+    const PicRec undisturbed = AnalysePicture(view.pictureBox(), picture);
+    ASSERT_GT(undisturbed.Size, 0);
+    for (const int yields : {1, 3, 10, 40}) {
+        a.connect.Show();
+        const QPointer<ToolBox> shown = a.windows.loadedToolBox();
+        afterYields(yields, [&] {
+            if (shown)
+                shown->close();
+        });
+        view.pictureBox().setHeight(view.pictureBox().width());
+        const PicRec rec = AnalysePicture(view.pictureBox(), picture);
+        EXPECT_EQ(rec, undisturbed) << yields;
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        EXPECT_EQ(shown, nullptr) << yields; // destroyed once the work let go of it
     }
 }
 
@@ -144,4 +184,72 @@ TEST(WidgetAddinWindows, QuitDuringABuildClosesTheWindowThroughItsClosingPath) {
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_EQ(first, nullptr);
     EXPECT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
+}
+
+namespace {
+
+// Runs `action` once `ready` holds, checking on the event loop.
+void once(std::function<bool()> ready, std::function<void()> action) {
+    auto* timer = new QTimer;
+    QObject::connect(timer, &QTimer::timeout, [timer, ready, action] {
+        if (!ready())
+            return;
+        timer->stop();
+        timer->deleteLater();
+        action();
+    });
+    timer->start(1);
+}
+
+} // namespace
+
+TEST(WidgetAddinWindows, QuitWhileNewMailWaitsForTheDatabasePromptLeavesItToTheUser) {
+    RecordingSink sink;
+    OnScreenAddin a(false); // the database is missing: new mail asks to build it
+    WidgetPromptDialogs& prompts = a.windows.widgetPrompts();
+    bool stillShownAfterQuit = false;
+    once([&] { return prompts.databasePrompt() && prompts.databasePrompt()->isVisible(); },
+         [&] {
+             a.app->quit();
+             stillShownAfterQuit =
+                 prompts.databasePrompt() && prompts.databasePrompt()->isVisible();
+             // The user answers afterwards, and the handler ends.
+             QTimer::singleShot(5, [&] {
+                 prompts.databasePrompt()
+                     ->findChild<QPushButton*>(QStringLiteral("OKButton"))
+                     ->click();
+             });
+         });
+    const auto item = a.app->deliver(mail(QStringLiteral("x@shop.example"), QStringLiteral("Offer"),
+                                          QStringLiteral("Cheap pills\r\n")));
+    EXPECT_TRUE(stillShownAfterQuit);
+    EXPECT_EQ(item->folder(), &a.app->inbox());
+    EXPECT_EQ(a.connect.MapiNamespace, nullptr);
+    EXPECT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
+}
+
+TEST(WidgetAddinWindows, QuitWhileABuildAsksAboutAnAddressUnloadsTheQuestionAndTheBuildEnds) {
+    RecordingSink sink;
+    OnScreenAddin a;
+    MessageContent sent =
+        mail(QStringLiteral("me@home.example"), QStringLiteral("Hi"), QStringLiteral("Hello\r\n"));
+    sent.recipients = {QStringLiteral("pal@club.example")};
+    a.app->place(a.app->sentItems(), sent);
+    a.app->place(a.app->junk(), mail(QStringLiteral("pal@club.example"), QStringLiteral("Promo"),
+                                     QStringLiteral("Cheap pills\r\n")));
+    WidgetPromptDialogs& prompts = a.windows.widgetPrompts();
+    QPointer<Dialog> asked;
+    bool wasAsked = false;
+    once([&] { return prompts.conflictPrompt() != nullptr; },
+         [&] {
+             asked = prompts.conflictPrompt();
+             wasAsked = true;
+             a.app->quit();
+         });
+    a.connect.collect_emails(); // returns: the question went with the quit
+    EXPECT_TRUE(wasAsked);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(prompts.conflictPrompt(), nullptr);
+    EXPECT_TRUE(asked.isNull() || !asked->isVisible());
+    EXPECT_EQ(a.connect.MapiNamespace, nullptr);
 }

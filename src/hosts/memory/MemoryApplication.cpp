@@ -1,5 +1,6 @@
 #include "hosts/memory/MemoryApplication.h"
 
+#include "addin/host/EntryIdCollection.h"
 #include "base/VbError.h"
 
 #include <functional>
@@ -110,7 +111,7 @@ MemoryApplication::deliver(const QList<MessageContent>& messages) {
         items.append(item);
         ids.append(item->EntryID());
     }
-    NewMailEx.raise(ids.join(QLatin1Char(',')));
+    NewMailEx.raise(entryIdCollection(ids));
     return items;
 }
 
