@@ -164,7 +164,10 @@ void appendAddresses(QStringList& into, InternetAddressList* list) {
 Message parseMessage(QByteArrayView raw) {
     initialiseOnce();
     Message message;
-    GPtr<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(raw.data(), size_t(raw.size())));
+    // GMime refuses a null buffer, which an empty view may have.
+    static const char kNothing = 0;
+    GPtr<GMimeStream> stream(g_mime_stream_mem_new_with_buffer(
+        raw.isEmpty() ? &kNothing : raw.data(), size_t(raw.size())));
     GPtr<GMimeParser> parser(g_mime_parser_new_with_stream(stream.get()));
     GPtr<GMimeMessage> parsed(g_mime_parser_construct_message(parser.get(), nullptr));
     if (!parsed) {
