@@ -6,20 +6,20 @@ namespace velmora {
 
 void HeadlessPromptAnswerer::showDatabasePrompt() {
     shown.append(QStringLiteral("database prompt"));
-    answerLater();
+    answerLater(shown.last());
 }
 
 void HeadlessPromptAnswerer::showAddressConflict(const QString& address) {
     shown.append(QStringLiteral("conflict prompt ") + address);
     m_conflictOpen = true;
-    answerLater();
+    answerLater(shown.last());
 }
 
-void HeadlessPromptAnswerer::answerLater() {
-    if (answer == Answer::Never || !m_flags)
+void HeadlessPromptAnswerer::answerLater(const QString& prompt) {
+    const Answer given = decide ? decide(prompt) : answer;
+    if (given == Answer::Never || !m_flags)
         return;
     FilterFlags* flags = m_flags;
-    const Answer given = answer;
     QTimer::singleShot(0, [flags, given] {
         if (given == Answer::Accept)
             flags->PromptAccepted = kTrue;

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
+
 namespace velmora {
 
 // The two prompts: whether to build the missing database ("Velmora"), and
@@ -45,12 +47,15 @@ public:
     bool addressConflictOpen() const override { return m_conflictOpen; }
 
 private:
-    void answerLater();
+    void answerLater(const QString& prompt);
     FilterFlags* m_flags = nullptr;
     bool m_conflictOpen = false;
 
 public:
     Answer answer;
+    // When set, asked for each prompt (its text as recorded in `shown`) and
+    // its answer given instead of `answer`: a terminal asks the user.
+    std::function<Answer(const QString& prompt)> decide;
     QStringList shown;
 };
 

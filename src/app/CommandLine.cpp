@@ -1,6 +1,7 @@
 #include "app/CommandLine.h"
 
 #include "app/DemoCommand.h"
+#include "app/WatchCommand.h"
 #include "app/WindowCommand.h"
 
 #include <memory>
@@ -12,6 +13,7 @@ namespace {
 std::vector<std::unique_ptr<Command>> allCommands() {
     std::vector<std::unique_ptr<Command>> commands;
     commands.push_back(std::make_unique<DemoCommand>());
+    commands.push_back(std::make_unique<WatchCommand>());
     commands.push_back(std::make_unique<WindowCommand>());
     return commands;
 }

@@ -1,0 +1,68 @@
+#include "app/UserSession.h"
+
+#include "base/VbError.h"
+#include "hosts/maildir/MaildirApplication.h"
+#include "settings/UserPaths.h"
+
+#include <QDir>
+#include <QTextStream>
+
+#include <cstdio>
+
+#include <unistd.h>
+
+namespace velmora {
+namespace {
+
+// A question on the terminal; anything but "y" declines.
+HeadlessPromptAnswerer::Answer askOnTerminal(const QString& prompt, QTextStream& err) {
+    if (prompt.startsWith(QStringLiteral("database prompt")))
+        err << "Velmora has no database yet. Build it now from your folders? [y/N] ";
+    else
+        err << "The sender " << prompt.section(u' ', 2)
+            << " is both trusted and in Junk. Keep it trusted? [y/N] ";
+    err.flush();
+    char line[64] = {};
+    if (!std::fgets(line, sizeof line, stdin))
+        return HeadlessPromptAnswerer::Answer::Close;
+    return (line[0] == 'y' || line[0] == 'Y') ? HeadlessPromptAnswerer::Answer::Accept
+                                              : HeadlessPromptAnswerer::Answer::Close;
+}
+
+} // namespace
+
+UserSession::UserSession(QTextStream& err)
+    : settings(userSettingsFile()), connect(DataFolder(userWorkRoot()), settings, windows) {
+    QTextStream* errors = &err;
+    if (::isatty(STDIN_FILENO) && ::isatty(STDERR_FILENO)) {
+        windows.answerer().decide = [errors](const QString& prompt) {
+            return askOnTerminal(prompt, *errors);
+        };
+    } else {
+        windows.answerer().decide = [errors](const QString& prompt) {
+            *errors << "declined (no terminal to ask): " << prompt << '\n';
+            errors->flush();
+            return HeadlessPromptAnswerer::Answer::Close;
+        };
+    }
+}
+
+QString chooseMaildir(const QString& option, const SettingsStore& settings) {
+    if (!option.isEmpty())
+        return option;
+    const QString saved = settings.appSetting(QStringLiteral("Maildir"), QStringLiteral("Path"));
+    if (!saved.isEmpty())
+        return saved;
+    return QDir::home().filePath(QStringLiteral("Maildir"));
+}
+
+std::shared_ptr<maildir::MaildirApplication> openMaildir(const QString& path, QTextStream& err) {
+    try {
+        return std::make_shared<maildir::MaildirApplication>(path);
+    } catch (const VbError& error) {
+        err << "velmora: " << error.description() << '\n';
+        return nullptr;
+    }
+}
+
+} // namespace velmora

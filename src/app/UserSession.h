@@ -1,0 +1,37 @@
+#pragma once
+
+#include "addin/Connect.h"
+#include "addin/HeadlessAddinWindows.h"
+#include "settings/SettingsStore.h"
+
+#include <QTextStream>
+
+#include <memory>
+
+namespace velmora {
+
+namespace maildir {
+class MaildirApplication;
+}
+
+// The add-in as the user's own commands run it: the user's settings file and
+// data folder, and windows without a screen whose prompts are asked on the
+// terminal when there is one, and declined otherwise.
+struct UserSession {
+    explicit UserSession(QTextStream& err);
+
+    SettingsStore settings;
+    HeadlessAddinWindows windows{HeadlessPromptAnswerer::Answer::Close};
+    Connect connect;
+
+    SpamData& data() { return connect.state().data; }
+};
+
+// The Maildir to use: `option` (from --maildir) when given, else the one the
+// settings file names ("Velmora/Maildir/Path"), else ~/Maildir.
+QString chooseMaildir(const QString& option, const SettingsStore& settings);
+
+// Opens the Maildir at `path`; on failure writes why to `err` and returns null.
+std::shared_ptr<maildir::MaildirApplication> openMaildir(const QString& path, QTextStream& err);
+
+} // namespace velmora

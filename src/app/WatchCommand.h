@@ -1,0 +1,19 @@
+#pragma once
+
+#include "app/Command.h"
+
+namespace velmora {
+
+// `velmora watch`: the filter attached to the user's Maildir for as long as it
+// runs, judging new mail as it arrives and learning from what the user does
+// in any mail client. SIGINT and SIGTERM end it as a closing client would.
+class WatchCommand final : public Command {
+public:
+    QString name() const override { return QStringLiteral("watch"); }
+    QString summary() const override {
+        return QStringLiteral("filter a Maildir live, learning from the user's moves");
+    }
+    int run(const QStringList& arguments, QTextStream& out, QTextStream& err) override;
+};
+
+} // namespace velmora

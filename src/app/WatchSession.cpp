@@ -1,0 +1,75 @@
+#include "app/WatchSession.h"
+
+#include "base/VbError.h"
+#include "hosts/maildir/MaildirItem.h"
+
+#include <QDateTime>
+
+namespace velmora {
+namespace {
+
+QString stamp() {
+    return QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss "));
+}
+
+} // namespace
+
+WatchSession::WatchSession(Connect& connect, std::shared_ptr<maildir::MaildirApplication> app,
+                           QTextStream& log)
+    : m_connect(connect), m_app(std::move(app)), m_log(log),
+      m_live(*m_app, [this](const QString& line) {
+          m_log << stamp() << line << '\n';
+          m_log.flush();
+      }) {
+    m_connect.OnConnection(m_app);
+    // Subscribed after the add-in: these run once its handlers are done.
+    m_subscriptions.push_back(
+        m_app->NewMailEx.subscribe([this](const QString& ids) { logNewMail(ids); }));
+    m_subscriptions.push_back(m_app->ItemSend.subscribe([this](const MailItemRef& item) {
+        m_log << stamp() << "sent to " << item->Recipients().join(QStringLiteral(", ")) << '\n';
+        logLearning();
+    }));
+    for (const auto& folder : m_app->allFolders()) {
+        m_subscriptions.push_back(
+            folder->Items().ItemAdd.subscribe([this](const MailItemRef&) { logLearning(); }));
+        m_subscriptions.push_back(folder->Items().ItemRemove.subscribe([this] { logLearning(); }));
+    }
+    logLearning();
+}
+
+WatchSession::~WatchSession() {
+    m_subscriptions.clear();
+    m_app->Quit.raise();
+}
+
+void WatchSession::logNewMail(const QString& entryIds) {
+    for (const QString& id : entryIds.split(u',', Qt::SkipEmptyParts)) {
+        const auto item = m_app->findItem(id);
+        if (!item) {
+            m_log << stamp() << "new mail " << id << ": no longer there\n";
+            continue;
+        }
+        const bool spam = &item->folder() == &m_app->junk();
+        m_log << stamp() << "new mail from " << item->senderEmailAddress() << " \""
+              << item->subject() << "\": "
+              << (spam ? QStringLiteral("spam, moved to ") + m_app->junk().Name()
+                       : QStringLiteral("kept in ") + item->folder().Name())
+              << '\n';
+    }
+    logLearning();
+}
+
+void WatchSession::logLearning() {
+    const SpamData& data = m_connect.state().data;
+    const QString counts = QStringLiteral("%1 text records, %2 picture records, %3 trusted senders")
+                               .arg(data.TxtTable.upperBound())
+                               .arg(data.PicTable.upperBound())
+                               .arg(data.TrustedList.upperBound());
+    if (counts == m_lastCounts)
+        return;
+    m_log << stamp() << (m_lastCounts.isEmpty() ? "knows: " : "learnt: now ") << counts << '\n';
+    m_log.flush();
+    m_lastCounts = counts;
+}
+
+} // namespace velmora
