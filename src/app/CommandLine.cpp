@@ -1,6 +1,13 @@
 #include "app/CommandLine.h"
 
+#include "app/BuildCommand.h"
+#include "app/ClassifyCommand.h"
 #include "app/DemoCommand.h"
+#include "app/LearnCommand.h"
+#include "app/SettingsCommand.h"
+#include "app/StatsCommand.h"
+#include "app/SweepCommand.h"
+#include "app/TrustCommand.h"
 #include "app/WatchCommand.h"
 #include "app/WindowCommand.h"
 
@@ -12,9 +19,16 @@ namespace {
 
 std::vector<std::unique_ptr<Command>> allCommands() {
     std::vector<std::unique_ptr<Command>> commands;
-    commands.push_back(std::make_unique<DemoCommand>());
     commands.push_back(std::make_unique<WatchCommand>());
+    commands.push_back(std::make_unique<BuildCommand>());
+    commands.push_back(std::make_unique<SweepCommand>());
+    commands.push_back(std::make_unique<ClassifyCommand>());
+    commands.push_back(std::make_unique<LearnCommand>());
+    commands.push_back(std::make_unique<TrustCommand>());
+    commands.push_back(std::make_unique<SettingsCommand>());
+    commands.push_back(std::make_unique<StatsCommand>());
     commands.push_back(std::make_unique<WindowCommand>());
+    commands.push_back(std::make_unique<DemoCommand>());
     return commands;
 }
 
