@@ -80,9 +80,12 @@ int ClassifyCommand::run(const QStringList& arguments, QTextStream& out, QTextSt
         if (parser.isSet(passthrough)) {
             const QByteArray written =
                 judgement.spam ? mime::withSubject(raw, judgement.subject) : raw;
+            // The message's own bytes, whatever their charset.
             out.flush();
-            std::fwrite(written.constData(), 1, size_t(written.size()), stdout);
-            std::fflush(stdout);
+            if (QIODevice* device = out.device())
+                device->write(written);
+            else
+                out << QString::fromLatin1(written);
         } else {
             out << file << ": "
                 << (judgement.spam ? QStringLiteral("spam ") + judgement.subject

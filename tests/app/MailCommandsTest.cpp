@@ -1,0 +1,146 @@
+// The user's commands on a real Maildir, run in-process with the user's
+// folders pointed at a temporary home.
+#include "app/CommandLine.h"
+
+#include "hosts/maildir/MaildirFixture.h"
+#include "support/FilterFixture.h"
+
+#include <QFile>
+
+using namespace velmora;
+using namespace velmora::test;
+
+namespace {
+
+struct CommandRun {
+    int code;
+    QString out;
+    QString err;
+};
+
+// The user's data and settings in a temporary home for as long as it lives.
+struct TemporaryHome {
+    TemporaryHome() {
+        qputenv("XDG_DATA_HOME", home.file(QStringLiteral("data")).toUtf8());
+        qputenv("XDG_CONFIG_HOME", home.file(QStringLiteral("config")).toUtf8());
+    }
+    ~TemporaryHome() {
+        qunsetenv("XDG_DATA_HOME");
+        qunsetenv("XDG_CONFIG_HOME");
+    }
+    TempFolder home;
+};
+
+CommandRun runVelmora(const QStringList& arguments) {
+    CommandRun run;
+    QTextStream out(&run.out);
+    QTextStream err(&run.err);
+    run.code = runCommandLine(arguments, out, err);
+    out.flush();
+    err.flush();
+    return run;
+}
+
+QByteArray pictureSpam(const QString& from) {
+    const QByteArray png = pictureFile(solidPicture(90, 70, qRgb(250, 20, 180)), "PNG", 3000);
+    return "From: " + from.toUtf8() +
+           "\r\nSubject: Hot deal\r\nMIME-Version: 1.0\r\n"
+           "Content-Type: multipart/mixed; boundary=\"b\"\r\n\r\n--b\r\n"
+           "Content-Type: text/plain\r\n\r\nSee the picture\r\n--b\r\n"
+           "Content-Type: image/png; name=\"deal.png\"\r\n"
+           "Content-Disposition: attachment; filename=\"deal.png\"\r\n"
+           "Content-Transfer-Encoding: base64\r\n\r\n" +
+           png.toBase64() + "\r\n--b--\r\n";
+}
+
+QString writeFile(TempFolder& folder, const QString& name, const QByteArray& bytes) {
+    const QString path = folder.file(name);
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+    return path;
+}
+
+} // namespace
+
+TEST(MailCommands, BuildLearnClassifyTrustAndSettingsOnAMaildir) {
+    TemporaryHome home;
+    MaildirTree tree;
+    for (int i = 0; i < 3; ++i)
+        tree.place(QStringLiteral("Junk"), rawMail(QStringLiteral("s%1@shop.example").arg(i),
+                                                   QStringLiteral("Deal"), spamBody()));
+    tree.place(QStringLiteral("Work.Projects"),
+               rawMail(QStringLiteral("anna@work.example"), QStringLiteral("Plan"),
+                       QStringLiteral("The plan for Monday is ready.\r\n")));
+    tree.place(QStringLiteral("Sent"),
+               rawMail(QStringLiteral("me@home.example"), QStringLiteral("Hi"),
+                       QStringLiteral("Hello\r\n"), "Cc: tom@family.example\r\n"));
+
+    CommandRun run = runVelmora({QStringLiteral("classify"), QStringLiteral("x.eml")});
+    EXPECT_EQ(run.code, 3); // no database yet
+    EXPECT_TRUE(run.err.contains(QStringLiteral("velmora build"))) << run.err.toStdString();
+
+    run = runVelmora({QStringLiteral("build"), QStringLiteral("--maildir"), tree.root});
+    ASSERT_EQ(run.code, 0) << run.err.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("4 text records"))) << run.out.toStdString();
+
+    // Without picture records nothing is judged; one learnt switches it on.
+    TempFolder files;
+    const QString picture = writeFile(files, QStringLiteral("pic.eml"),
+                                      pictureSpam(QStringLiteral("pics@shop.example")));
+    run = runVelmora({QStringLiteral("learn"), QStringLiteral("--spam"), picture});
+    EXPECT_EQ(run.code, 0) << run.err.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("1 picture records"))) << run.out.toStdString();
+
+    const QString spam =
+        writeFile(files, QStringLiteral("spam.eml"),
+                  rawMail(QStringLiteral("new@shop.example"), QStringLiteral("Offer"), spamBody()));
+    const QString good =
+        writeFile(files, QStringLiteral("good.eml"),
+                  rawMail(QStringLiteral("tom@family.example"), QStringLiteral("Lunch"),
+                          QStringLiteral("Lunch on Sunday?\r\n")));
+    run = runVelmora({QStringLiteral("classify"), spam});
+    EXPECT_EQ(run.code, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out, spam + QStringLiteral(": spam {S:100%} Offer\n"));
+    run = runVelmora({QStringLiteral("classify"), good});
+    EXPECT_EQ(run.code, 1) << run.err.toStdString();
+    EXPECT_EQ(run.out, good + QStringLiteral(": good\n"));
+    run = runVelmora({QStringLiteral("classify"), QStringLiteral("--passthrough"), spam});
+    EXPECT_EQ(run.code, 0);
+    EXPECT_TRUE(run.out.startsWith(QStringLiteral("From: new@shop.example\r\nTo: "
+                                                  "me@home.example\r\nSubject: {S:100%} Offer")))
+        << run.out.toStdString();
+    run = runVelmora({QStringLiteral("classify"), files.file(QStringLiteral("missing.eml")), good});
+    EXPECT_EQ(run.code, 3);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("missing.eml"))) << run.err.toStdString();
+
+    run = runVelmora({QStringLiteral("trust"), QStringLiteral("Pal@Club.example")});
+    EXPECT_EQ(run.code, 0);
+    run = runVelmora({QStringLiteral("settings"), QStringLiteral("--text-level"),
+                      QStringLiteral("20"), QStringLiteral("--maildir"), tree.root});
+    EXPECT_EQ(run.code, 0);
+    EXPECT_TRUE(run.out.contains(QStringLiteral("LevelT = \"20\""))) << run.out.toStdString();
+    run = runVelmora({QStringLiteral("stats")});
+    EXPECT_TRUE(run.out.contains(QStringLiteral("trusted senders: 3"))) << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains(QStringLiteral("picture records: 1 (1 spam)")));
+
+    // The Maildir saved in the settings is the one `watch` uses; mail that
+    // waited in new/ is judged at the start.
+    tree.deliver(QString(),
+                 rawMail(QStringLiteral("later@shop.example"), QStringLiteral("Now"), spamBody()));
+    run = runVelmora(
+        {QStringLiteral("watch"), QStringLiteral("--stop-after"), QStringLiteral("0.3")});
+    EXPECT_EQ(run.code, 0) << run.err.toStdString();
+    EXPECT_TRUE(
+        run.out.contains(QStringLiteral("new mail from later@shop.example \"{S:100%} Now\": "
+                                        "spam, moved to Junk")))
+        << run.out.toStdString();
+    EXPECT_EQ(tree.files(QString()), QStringList());
+
+    run = runVelmora({QStringLiteral("sweep"), QStringLiteral("Nowhere")});
+    EXPECT_EQ(run.code, 3);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("no folder Nowhere"))) << run.err.toStdString();
+    run = runVelmora(
+        {QStringLiteral("learn"), QStringLiteral("--spam"), QStringLiteral("--ham"), spam});
+    EXPECT_EQ(run.code, 2);
+}
