@@ -35,7 +35,8 @@ int WatchCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     try {
         WatchSession watch(session.connect, app, out);
         out << "watching " << app->root() << " (Inbox, Junk: " << app->junk().Name()
-            << ", Sent: " << app->sent().Name() << ")\n";
+            << ", Sent: " << app->sent().Name() << "); the filter knows " << watch.knowledge()
+            << '\n';
         out.flush();
         watch.deliverWaiting();
         QuitSignals quitSignals([&](int) { QCoreApplication::quit(); });

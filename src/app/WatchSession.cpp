@@ -6,21 +6,19 @@
 #include <QDateTime>
 
 namespace velmora {
-namespace {
-
-QString stamp() {
-    return QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss "));
-}
-
-} // namespace
-
 WatchSession::WatchSession(Connect& connect, std::shared_ptr<maildir::MaildirApplication> app,
-                           QTextStream& log)
+                           QTextStream& log, bool stamped)
     : m_connect(connect), m_app(std::move(app)), m_log(log),
-      m_live(*m_app, [this](const QString& line) {
-          m_log << stamp() << line << '\n';
-          m_log.flush();
-      }) {
+      m_live(*m_app,
+             [this](const QString& line) {
+                 m_log << stamp() << line << '\n';
+                 m_log.flush();
+             }),
+      m_stamped(stamped) {
+    // Subscribed before the add-in: what it learns while judging new mail is
+    // logged after the verdict.
+    m_subscriptions.push_back(
+        m_app->NewMailEx.subscribe([this](const QString&) { m_judging = true; }));
     m_connect.OnConnection(m_app);
     // Subscribed after the add-in: these run once its handlers are done.
     m_subscriptions.push_back(
@@ -34,7 +32,12 @@ WatchSession::WatchSession(Connect& connect, std::shared_ptr<maildir::MaildirApp
             folder->Items().ItemAdd.subscribe([this](const MailItemRef&) { logLearning(); }));
         m_subscriptions.push_back(folder->Items().ItemRemove.subscribe([this] { logLearning(); }));
     }
-    logLearning();
+    noteWhatItKnows();
+}
+
+QString WatchSession::stamp() const {
+    return m_stamped ? QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss "))
+                     : QString();
 }
 
 WatchSession::~WatchSession() {
@@ -56,18 +59,29 @@ void WatchSession::logNewMail(const QString& entryIds) {
                        : QStringLiteral("kept in ") + item->folder().Name())
               << '\n';
     }
+    m_judging = false;
     logLearning();
 }
 
-void WatchSession::logLearning() {
+QString WatchSession::knowledge() const {
     const SpamData& data = m_connect.state().data;
-    const QString counts = QStringLiteral("%1 text records, %2 picture records, %3 trusted senders")
-                               .arg(data.TxtTable.upperBound())
-                               .arg(data.PicTable.upperBound())
-                               .arg(data.TrustedList.upperBound());
+    return QStringLiteral("%1 text records, %2 picture records, %3 trusted senders")
+        .arg(data.TxtTable.upperBound())
+        .arg(data.PicTable.upperBound())
+        .arg(data.TrustedList.upperBound());
+}
+
+void WatchSession::noteWhatItKnows() {
+    m_lastCounts = knowledge();
+}
+
+void WatchSession::logLearning() {
+    if (m_judging)
+        return; // logged with the verdict
+    const QString counts = knowledge();
     if (counts == m_lastCounts)
         return;
-    m_log << stamp() << (m_lastCounts.isEmpty() ? "knows: " : "learnt: now ") << counts << '\n';
+    m_log << stamp() << "  learnt: now " << counts << '\n';
     m_log.flush();
     m_lastCounts = counts;
 }

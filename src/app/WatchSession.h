@@ -19,8 +19,9 @@ class WatchSession {
 public:
     // Connects `connect` to `app` and starts watching. Throws VbError when
     // the Maildir cannot be watched at all.
+    // Log lines start with the time unless `stamped` is false.
     WatchSession(Connect& connect, std::shared_ptr<maildir::MaildirApplication> app,
-                 QTextStream& log);
+                 QTextStream& log, bool stamped = true);
     // Lets go of the Maildir as a closing mail client does.
     ~WatchSession();
 
@@ -29,10 +30,15 @@ public:
     // Reports whatever the watcher has seen, without waiting.
     void flush() { m_live.flush(); }
     maildir::MaildirApplication& application() { return *m_app; }
+    // What the filter knows now ("N text records, ..."); learning is logged
+    // as it changes from what was last noted.
+    QString knowledge() const;
+    void noteWhatItKnows();
 
 private:
     void logNewMail(const QString& entryIds);
     void logLearning();
+    QString stamp() const;
 
     Connect& m_connect;
     std::shared_ptr<maildir::MaildirApplication> m_app;
@@ -40,6 +46,8 @@ private:
     maildir::MaildirLiveEvents m_live;
     std::vector<Subscription> m_subscriptions;
     QString m_lastCounts;
+    bool m_stamped;
+    bool m_judging = false;
 };
 
 } // namespace velmora

@@ -25,32 +25,48 @@ CommandRun runVelmora(const QStringList& arguments) {
 
 } // namespace
 
-TEST(DemoCommand, LearnsTheExamplesAndJudgesTheIncomingMail) {
+TEST(DemoCommand, WatchesADemoMaildirJudgingNewMailAndLearningFromMoves) {
     TempFolder root;
     const CommandRun run =
         runVelmora({QStringLiteral("demo"), QStringLiteral("--work-root"), root.path()});
     EXPECT_EQ(run.code, 0);
     EXPECT_EQ(run.err, QString());
-    QString out = run.out;
-    out.replace(root.path(), QStringLiteral("<root>/"));
-    EXPECT_EQ(out,
-              QStringLiteral("Data folder: <root>/CORVANELSPAM/spamdata/\n"
-                             "Database built from 4 mails in Junk and 2 in a folder of the "
-                             "user's: txtdata.dat holds 5 records, picdata.dat 1\n"
-                             "Trusted senders: 2, restricted words: 2\n"
-                             "Levels: picture 86 %, text 94 %\n"
-                             "\n"
-                             "01-pills-again.txt  from sales@pharma-deals.example\n"
-                             "  spam, moved to Junk E-mail: \"{S:99%} Your discreet order\"\n"
-                             "02-colleague.txt  from anna.berg@work.example\n"
-                             "  kept in the Inbox: \"Budget sheet\"\n"
-                             "03-casino.txt  from vip@lucky-spins.example\n"
-                             "  spam, moved to Junk E-mail: \"{RESTR} 200 free spins waiting\"\n"
-                             "04-newsletter.txt  from news@library.example\n"
-                             "  kept in the Inbox: \"New books this month\"\n"
-                             "05-sale-again.txt  from news@mega-sale.example\n"
-                             "  spam, moved to Junk E-mail: \"{S:109%} Last days of the sale\"\n"))
-        << out.toStdString();
+    const QString& out = run.out;
+    for (const char* line :
+         {"Database built from 4 mails in Junk and 2 in Friends: txtdata.dat holds 5 records, "
+          "picdata.dat 1\n",
+          "Trusted senders: 2, restricted words: 2\nLevels: picture 86 %, text 94 %\n",
+          "01-pills-again.txt: new mail from sales@pharma-deals.example \"{S:99%} Your discreet "
+          "order\": spam, moved to Junk\n",
+          "02-colleague.txt: new mail from anna.berg@work.example \"Budget sheet\": kept in "
+          "Inbox\n",
+          "03-casino.txt: new mail from vip@lucky-spins.example \"{RESTR} 200 free spins "
+          "waiting\": spam, moved to Junk\n",
+          "04-newsletter.txt: new mail from news@library.example \"New books this month\": kept "
+          "in Inbox\n",
+          "05-sale-again.txt: new mail from news@mega-sale.example \"{S:109%} Last days of the "
+          "sale\": spam, moved to Junk\n",
+          "moved by the user: Inbox -> Junk: New books this month\n",
+          "moved by the user: Junk -> Inbox: {S:109%} Last days of the sale\n"
+          "  learnt: now 8 text records, 2 picture records, 3 trusted senders\n",
+          "Summary: 5 new messages, 3 judged spam; Inbox holds 2, Junk 7."})
+        EXPECT_TRUE(out.contains(QString::fromUtf8(line))) << line << "\n---\n"
+                                                           << out.toStdString();
+
+    // On disk: the message taken out of Junk lost its tag; nothing is lost.
+    const QDir inbox(root.file(QStringLiteral("Maildir/cur")));
+    QStringList subjects;
+    for (const QString& name : inbox.entryList(QDir::Files)) {
+        QFile file(inbox.filePath(name));
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        const QByteArray raw = file.readAll();
+        const qsizetype at = raw.indexOf("Subject: ") + 9;
+        subjects.append(QString::fromUtf8(raw.mid(at, raw.indexOf("\r\n", at) - at)));
+    }
+    EXPECT_EQ(subjects, QStringList{QStringLiteral("Last days of the sale")});
+    EXPECT_EQ(QDir(root.file(QStringLiteral("Maildir/new"))).entryList(QDir::Files).size(), 1);
+    EXPECT_EQ(QDir(root.file(QStringLiteral("Maildir/.Junk/cur"))).entryList(QDir::Files).size(),
+              7);
     EXPECT_TRUE(QFile::exists(root.file(QStringLiteral("CORVANELSPAM/spamdata/txtdata.dat"))));
 }
 
