@@ -1,29 +1,9 @@
-#include "app/CommandLine.h"
+#include "app/CommandRun.h"
 
 #include "support/TestSupport.h"
 
 using namespace velmora;
-using velmora::test::TempFolder;
-
-namespace {
-
-struct CommandRun {
-    int code;
-    QString out;
-    QString err;
-};
-
-CommandRun runVelmora(const QStringList& arguments) {
-    CommandRun run;
-    QTextStream out(&run.out);
-    QTextStream err(&run.err);
-    run.code = runCommandLine(arguments, out, err);
-    out.flush();
-    err.flush();
-    return run;
-}
-
-} // namespace
+using namespace velmora::test;
 
 TEST(DemoCommand, WatchesADemoMaildirJudgingNewMailAndLearningFromMoves) {
     TempFolder root;

@@ -1,6 +1,6 @@
 // The user's commands on a real Maildir, run in-process with the user's
 // folders pointed at a temporary home.
-#include "app/CommandLine.h"
+#include "app/CommandRun.h"
 
 #include "hosts/maildir/MaildirFixture.h"
 #include "support/FilterFixture.h"
@@ -11,12 +11,6 @@ using namespace velmora;
 using namespace velmora::test;
 
 namespace {
-
-struct CommandRun {
-    int code;
-    QString out;
-    QString err;
-};
 
 // The user's data and settings in a temporary home for as long as it lives.
 struct TemporaryHome {
@@ -30,16 +24,6 @@ struct TemporaryHome {
     }
     TempFolder home;
 };
-
-CommandRun runVelmora(const QStringList& arguments) {
-    CommandRun run;
-    QTextStream out(&run.out);
-    QTextStream err(&run.err);
-    run.code = runCommandLine(arguments, out, err);
-    out.flush();
-    err.flush();
-    return run;
-}
 
 QByteArray pictureSpam(const QString& from) {
     const QByteArray png = pictureFile(solidPicture(90, 70, qRgb(250, 20, 180)), "PNG", 3000);
