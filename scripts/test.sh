@@ -14,6 +14,7 @@ for arg in "$@"; do
 done
 
 scripts/setup-deps.sh
+scripts/setup-test-servers.sh
 
 run_suite() {
   local dir=$1; shift

@@ -25,6 +25,7 @@ WatchSession::WatchSession(Connect& connect, std::shared_ptr<maildir::MaildirApp
         m_app->NewMailEx.subscribe([this](const QString& ids) { logNewMail(ids); }));
     m_subscriptions.push_back(m_app->ItemSend.subscribe([this](const MailItemRef& item) {
         m_log << stamp() << "sent to " << item->Recipients().join(QStringLiteral(", ")) << '\n';
+        m_log.flush();
         logLearning();
     }));
     for (const auto& folder : m_app->allFolders()) {
@@ -60,6 +61,7 @@ void WatchSession::logNewMail(const QString& entryIds) {
               << '\n';
     }
     m_judging = false;
+    m_log.flush(); // a log file or pipe is read while the watch goes on
     logLearning();
 }
 

@@ -225,13 +225,20 @@ void MaildirLiveEvents::raiseMoveAction(const QList<Correlator::Move>& moves) {
     MaildirExplorer& explorer = m_app.explorer();
     explorer.setSelection(selection);
     explorer.BeforeMove.raise();
+    if (m_log) {
+        // One line per user action: where from, where to, what.
+        QStringList what;
+        for (const auto& move : moves)
+            what.append(move.to.payload->subject());
+        const auto from = m_app.folderByPath(moves.first().from.folder);
+        const auto to = m_app.folderByPath(moves.first().to.folder);
+        m_log(QStringLiteral("moved by the user: %1 -> %2: %3")
+                  .arg(from ? from->Name() : moves.first().from.folder,
+                       to ? to->Name() : moves.first().to.folder, what.join(QStringLiteral("; "))));
+    }
     for (const auto& move : moves) {
         const auto from = m_app.folderByPath(move.from.folder);
         const auto to = m_app.folderByPath(move.to.folder);
-        if (m_log)
-            m_log(QStringLiteral("moved by the user: %1 -> %2: %3")
-                      .arg(from ? from->Name() : move.from.folder, to ? to->Name() : move.to.folder,
-                           move.to.payload->subject()));
         if (from)
             from->Items().ItemRemove.raise();
         if (to)
