@@ -5,44 +5,44 @@
 #include "app/UserSession.h"
 #include "app/WatchSession.h"
 #include "base/VbError.h"
+#include "settings/UserPaths.h"
+#include "ui/ToolBox.h"
+#include "ui/TrayMenu.h"
+#include "ui/WidgetAddinWindows.h"
+#include "ui/WidgetMessageSink.h"
 
+#include <QApplication>
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QTimer>
 
 namespace velmora {
 
-int WatchCommand::run(const QStringList& arguments, QTextStream& out, QTextStream& err) {
-    QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("Filters the Maildir live: new mail in the Inbox is judged as it arrives "
-                       "(spam goes to Junk with its score in the subject), and moves made in any "
-                       "mail client teach the filter. Ends on SIGINT or SIGTERM."));
-    const QCommandLineOption maildir = maildirOption();
-    const QCommandLineOption stopAfter(
-        QStringLiteral("stop-after"),
-        QStringLiteral("Ends after this many seconds (for scripts and tests)."),
-        QStringLiteral("seconds"));
-    parser.addOptions({maildir, stopAfter});
-    if (const auto code = parseOptions(parser, QStringLiteral("watch"), arguments, out, err))
-        return *code;
+namespace {
 
-    UserSession session(err);
-    const QString path = chooseMaildir(parser.value(maildir), session.settings);
+// Runs the filter on the Maildir until SIGINT or SIGTERM (or --stop-after),
+// with the add-in's menu in the system tray when there is a screen.
+int watchUntilStopped(Connect& connect, SettingsStore& settings, const QString& maildirOption,
+                      double stopAfterSeconds, bool trayMenu, QTextStream& out, QTextStream& err) {
+    const QString path = chooseMaildir(maildirOption, settings);
     const auto app = openMaildir(path, err);
     if (!app)
         return kExitError;
     try {
-        WatchSession watch(session.connect, app, out);
+        WatchSession watch(connect, app, out);
+        std::unique_ptr<TrayMenu> tray;
+        if (trayMenu)
+            tray = std::make_unique<TrayMenu>(app->explorer().menuBars().standard());
         out << "watching " << app->root() << " (Inbox, Junk: " << app->junk().Name()
             << ", Sent: " << app->sent().Name() << "); the filter knows " << watch.knowledge()
             << '\n';
+        if (tray && !tray->shown())
+            out << "no system tray here: the menu is not shown\n";
         out.flush();
         watch.deliverWaiting();
         QuitSignals quitSignals([&](int) { QCoreApplication::quit(); });
-        if (parser.isSet(stopAfter))
-            QTimer::singleShot(int(parser.value(stopAfter).toDouble() * 1000), qApp,
-                               &QCoreApplication::quit);
+        if (stopAfterSeconds >= 0)
+            QTimer::singleShot(int(stopAfterSeconds * 1000), qApp, &QCoreApplication::quit);
         QCoreApplication::exec();
         watch.flush();
         out << "stopped\n";
@@ -51,6 +51,44 @@ int WatchCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
         return kExitError;
     }
     return kExitOk;
+}
+
+} // namespace
+
+int WatchCommand::run(const QStringList& arguments, QTextStream& out, QTextStream& err) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "Filters the Maildir live: new mail in the Inbox is judged as it arrives (spam goes to "
+        "Junk with its score in the subject), and moves made in any mail client teach the "
+        "filter. With a display, the menu is in the system tray and questions come as windows; "
+        "without one, questions are asked on the terminal (or declined and logged). Ends on "
+        "SIGINT or SIGTERM."));
+    const QCommandLineOption maildir = maildirOption();
+    const QCommandLineOption stopAfter(
+        QStringLiteral("stop-after"),
+        QStringLiteral("Ends after this many seconds (for scripts and tests)."),
+        QStringLiteral("seconds"));
+    const QCommandLineOption headless(
+        QStringLiteral("headless"),
+        QStringLiteral("No tray menu or windows, even with a display."));
+    parser.addOptions({maildir, stopAfter, headless});
+    if (const auto code = parseOptions(parser, QStringLiteral("watch"), arguments, out, err))
+        return *code;
+    const double stopAfterSeconds =
+        parser.isSet(stopAfter) ? parser.value(stopAfter).toDouble() : -1;
+
+    if (qobject_cast<QApplication*>(QCoreApplication::instance()) && !parser.isSet(headless)) {
+        QApplication::setQuitOnLastWindowClosed(false); // the tool window comes and goes
+        installMessageSinkForPlatform();
+        SettingsStore settings(userSettingsFile());
+        WidgetAddinWindows windows;
+        Connect connect(DataFolder(userWorkRoot()), settings, windows);
+        return watchUntilStopped(connect, settings, parser.value(maildir), stopAfterSeconds, true,
+                                 out, err);
+    }
+    UserSession session(err);
+    return watchUntilStopped(session.connect, session.settings, parser.value(maildir),
+                             stopAfterSeconds, false, out, err);
 }
 
 } // namespace velmora

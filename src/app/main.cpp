@@ -8,7 +8,15 @@
 #include <memory>
 
 int main(int argc, char** argv) {
-    // Only the window needs a window system; everything else runs anywhere.
+    // Only the window needs a window system; `watch` uses one when there is a
+    // display (for its tray menu and windows); everything else runs anywhere.
+    const bool display =
+        !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    bool headless = false;
+    for (int i = 2; i < argc; ++i)
+        headless = headless || std::strcmp(argv[i], "--headless") == 0;
+    const bool watchOnScreen =
+        argc > 1 && std::strcmp(argv[1], "watch") == 0 && display && !headless;
     const bool window = argc > 1 && std::strcmp(argv[1], "window") == 0;
     if (window && qEnvironmentVariableIsEmpty("DISPLAY") &&
         qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
@@ -18,7 +26,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     std::unique_ptr<QCoreApplication> app;
-    if (window)
+    if (window || watchOnScreen)
         app = std::make_unique<QApplication>(argc, argv);
     else
         app = std::make_unique<QCoreApplication>(argc, argv);
