@@ -4,6 +4,7 @@
 #include "app/ClassifyCommand.h"
 #include "app/DemoCommand.h"
 #include "app/LearnCommand.h"
+#include "app/PicturesCommand.h"
 #include "app/SettingsCommand.h"
 #include "app/StatsCommand.h"
 #include "app/SweepCommand.h"
@@ -27,6 +28,7 @@ std::vector<std::unique_ptr<Command>> allCommands() {
     commands.push_back(std::make_unique<TrustCommand>());
     commands.push_back(std::make_unique<SettingsCommand>());
     commands.push_back(std::make_unique<StatsCommand>());
+    commands.push_back(std::make_unique<PicturesCommand>());
     commands.push_back(std::make_unique<WindowCommand>());
     commands.push_back(std::make_unique<DemoCommand>());
     return commands;
