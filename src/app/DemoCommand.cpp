@@ -6,7 +6,9 @@
 #include "app/DemoMailbox.h"
 #include "app/DemoMaildir.h"
 #include "app/DemoMessage.h"
+#include "app/StarterPictures.h"
 #include "app/WatchSession.h"
+#include "base/MessageSink.h"
 #include "base/VbError.h"
 #include "hosts/maildir/MaildirFileName.h"
 #include "hosts/maildir/MaildirItem.h"
@@ -26,13 +28,24 @@ struct Delivered {
     bool caught = false;
 };
 
+// The filter's message boxes, shown as lines of the demo's output.
+class PrintedMessages final : public MessageSink {
+public:
+    explicit PrintedMessages(QTextStream& out) : m_out(out) {}
+    void showMessage(const QString& text, const QString&) override {
+        m_out << "[message box] " << text << '\n';
+    }
+
+private:
+    QTextStream& m_out;
+};
+
 class Demo {
 public:
     Demo(const QString& demoDir, const QString& root, QTextStream& out, QTextStream& err)
         : m_demoDir(demoDir), m_root(root), m_out(out), m_err(err),
           m_settings(QDir(root).filePath(QStringLiteral("velmora.ini"))),
-          m_connect(DataFolder(QDir(root).filePath(QStringLiteral("CORVANELSPAM"))), m_settings,
-                    m_windows) {}
+          m_folder(QDir(root).filePath(QStringLiteral("CORVANELSPAM"))) {}
 
     int run();
 
@@ -47,8 +60,9 @@ private:
     QTextStream& m_out;
     QTextStream& m_err;
     SettingsStore m_settings;
+    DataFolder m_folder;
     HeadlessAddinWindows m_windows{HeadlessPromptAnswerer::Answer::Accept};
-    Connect m_connect;
+    std::unique_ptr<Connect> m_connect;
     std::shared_ptr<maildir::MaildirApplication> m_app;
     QList<Delivered> m_delivered;
 };
@@ -56,15 +70,29 @@ private:
 int Demo::run() {
     const QString maildir = QDir(m_root).filePath(QStringLiteral("Maildir"));
     const DemoMaildirCounts counts = writeDemoMaildir(m_demoDir, maildir, m_err);
+    PrintedMessages messages(m_out);
+    const ScopedMessageSink printed(&messages);
     try {
         m_app = std::make_shared<maildir::MaildirApplication>(maildir);
-        WatchSession watch(m_connect, m_app, m_out, false);
+        // As `velmora build`: the database from the folders, in a run of its own.
+        provideStarterPictures(m_folder);
+        m_connect = std::make_unique<Connect>(m_folder, m_settings, m_windows);
+        m_connect->OnConnection(m_app);
         buildDatabase(counts);
+        m_connect->OnBeginShutdown();
+
+        // As `velmora watch`: a new start, which takes up the starter pictures.
+        m_out << "\nThe filter starts watching the Maildir:\n";
+        m_connect = std::make_unique<Connect>(m_folder, m_settings, m_windows);
+        WatchSession watch(*m_connect, m_app, m_out, false);
+        m_out << "It knows " << watch.knowledge()
+              << ".\n\nNew mail arrives, one message at a "
+                 "time:\n";
         watch.noteWhatItKnows();
         deliverIncoming(watch);
         userMoves(watch);
 
-        const SpamData& data = m_connect.state().data;
+        const SpamData& data = m_connect->state().data;
         int caught = 0;
         for (const Delivered& d : m_delivered)
             caught += d.caught;
@@ -81,12 +109,12 @@ int Demo::run() {
 }
 
 void Demo::buildDatabase(const DemoMaildirCounts& counts) {
-    m_connect.analyseFolders(); // the tool window's "Analyse Folders"
-    SpamData& data = m_connect.state().data;
+    m_connect->analyseFolders(); // the tool window's "Analyse Folders"
+    SpamData& data = m_connect->state().data;
     // The words the user would type into the tool window.
     LoadARRAY(data.RestrictedList, QDir(m_demoDir).filePath(QString(kRestrictedFile.toString())));
     WriteARRAY(data.RestrictedList, data.folder.dataFile(kRestrictedFile));
-    const Thresholds& levels = m_connect.state().thresholds;
+    const Thresholds& levels = m_connect->state().thresholds;
     m_out << "Demo Maildir: " << m_app->root() << '\n'
           << "Data folder: " << data.folder.dataFolder() << '\n'
           << "Database built from " << counts.spam << " mails in Junk and " << counts.good
@@ -94,8 +122,7 @@ void Demo::buildDatabase(const DemoMaildirCounts& counts) {
           << " records, " << kPicDataFile << " " << data.PicTable.upperBound() << '\n'
           << "Trusted senders: " << data.TrustedList.upperBound()
           << ", restricted words: " << data.RestrictedList.upperBound() << '\n'
-          << "Levels: picture " << levels.LevelP << " %, text " << levels.LevelT << " %\n\n"
-          << "New mail arrives, one message at a time:\n";
+          << "Levels: picture " << levels.LevelP << " %, text " << levels.LevelT << " %\n";
 }
 
 void Demo::deliverIncoming(WatchSession& watch) {

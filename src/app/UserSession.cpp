@@ -1,5 +1,6 @@
 #include "app/UserSession.h"
 
+#include "app/StarterPictures.h"
 #include "base/VbError.h"
 #include "hosts/maildir/MaildirApplication.h"
 #include "settings/UserPaths.h"
@@ -33,6 +34,7 @@ HeadlessPromptAnswerer::Answer askOnTerminal(const QString& prompt, QTextStream&
 
 UserSession::UserSession(QTextStream& err)
     : settings(userSettingsFile()), connect(DataFolder(userWorkRoot()), settings, windows) {
+    provideStarterPictures(DataFolder(userWorkRoot()));
     QTextStream* errors = &err;
     if (::isatty(STDIN_FILENO) && ::isatty(STDERR_FILENO)) {
         windows.answerer().decide = [errors](const QString& prompt) {

@@ -2,6 +2,7 @@
 
 #include "app/CommandOptions.h"
 #include "app/QuitSignals.h"
+#include "app/StarterPictures.h"
 #include "app/UserSession.h"
 #include "app/WatchSession.h"
 #include "base/VbError.h"
@@ -81,6 +82,7 @@ int WatchCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
         QApplication::setQuitOnLastWindowClosed(false); // the tool window comes and goes
         installMessageSinkForPlatform();
         SettingsStore settings(userSettingsFile());
+        provideStarterPictures(DataFolder(userWorkRoot()));
         WidgetAddinWindows windows;
         Connect connect(DataFolder(userWorkRoot()), settings, windows);
         return watchUntilStopped(connect, settings, parser.value(maildir), stopAfterSeconds, true,

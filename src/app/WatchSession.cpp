@@ -2,6 +2,8 @@
 
 #include "base/VbError.h"
 #include "hosts/maildir/MaildirItem.h"
+#include "store/FileHelpers.h"
+#include "store/PicTableFile.h"
 
 #include <QDateTime>
 
@@ -62,7 +64,20 @@ void WatchSession::logNewMail(const QString& entryIds) {
     }
     m_judging = false;
     m_log.flush(); // a log file or pipe is read while the watch goes on
+    takeUpStarterPictures();
     logLearning();
+}
+
+void WatchSession::takeUpStarterPictures() {
+    // A database built while watching (new mail asked for it) holds only the
+    // user's pictures, often none, and the starter set is merged only when
+    // the table is next read, at the next start. With nothing of the user's
+    // to lose, the table is read again now, as that start would read it.
+    SpamData& data = m_connect.state().data;
+    if (data.DatabaseMissing != kFalse || !data.PicTable.isEmpty() ||
+        !FileExists(data.folder.dataFile(kDefaultPicDataFile)))
+        return;
+    ReadPicTable(data);
 }
 
 QString WatchSession::knowledge() const {

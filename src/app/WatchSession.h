@@ -38,6 +38,7 @@ public:
 private:
     void logNewMail(const QString& entryIds);
     void logLearning();
+    void takeUpStarterPictures();
     QString stamp() const;
 
     Connect& m_connect;
