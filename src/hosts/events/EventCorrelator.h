@@ -30,7 +30,9 @@ struct Sighting {
 //   - moves completed without a pause of `quietMs` between them are one user
 //     action, reported together;
 //   - an arrival left unpaired for `pairWindowMs` is new mail (or a copy), and
-//     a vanishing left unpaired is a deletion.
+//     a vanishing left unpaired is a deletion;
+//   - an arrival that vanishes from its folder before it is reported is
+//     dropped.
 //
 // It keeps no clock of its own: the caller passes the time (milliseconds on
 // any monotonic clock) with every call, and calls settle() when told to, so
@@ -70,11 +72,22 @@ public:
 
     void vanish(Seen seen, qint64 now) {
         m_lastInput = now;
+        // An arrival in this same folder not yet reported is dropped: the
+        // message came and went (deleted at once, or moved on at once).
+        bool cameAndWent = false;
+        for (qsizetype i = 0; i < m_arrived.size() && !cameAndWent; ++i) {
+            const Seen& arrived = m_arrived[i].seen;
+            if (arrived.folder == seen.folder && !seen.key.isEmpty() && arrived.key == seen.key) {
+                m_arrived.removeAt(i);
+                cameAndWent = true;
+            }
+        }
         if (const qsizetype at = partnerOf(m_arrived, seen); at >= 0) {
             m_moves.append({std::move(seen), m_arrived.takeAt(at).seen});
             return;
         }
-        m_vanished.append({std::move(seen), now});
+        if (!cameAndWent)
+            m_vanished.append({std::move(seen), now});
     }
 
     // Reports everything that is due at `now`. Returns the milliseconds until

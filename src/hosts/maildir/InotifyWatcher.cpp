@@ -14,7 +14,10 @@
 namespace velmora::maildir {
 namespace {
 
-constexpr uint32_t kMask = IN_MOVED_TO | IN_MOVED_FROM | IN_CLOSE_WRITE | IN_DELETE |
+// A message appears by a rename (most delivery agents and servers), by a hard
+// link (maildrop, qmail: IN_CREATE alone), or, from writers that skip tmp/,
+// by being written in place (IN_CLOSE_WRITE).
+constexpr uint32_t kMask = IN_MOVED_TO | IN_MOVED_FROM | IN_CREATE | IN_CLOSE_WRITE | IN_DELETE |
                            IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
 struct RawEvent {
@@ -134,7 +137,7 @@ void InotifyWatcher::readPending() {
             events.append({FileEvent::Disappeared, watched->folder, file, {}});
         } else if (e.mask & IN_DELETE) {
             events.append({FileEvent::Disappeared, watched->folder, file, {}});
-        } else if (e.mask & (IN_MOVED_TO | IN_CLOSE_WRITE)) {
+        } else if (e.mask & (IN_MOVED_TO | IN_CREATE | IN_CLOSE_WRITE)) {
             events.append({FileEvent::Appeared, watched->folder, file, {}});
         }
     }

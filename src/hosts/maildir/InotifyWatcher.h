@@ -15,7 +15,7 @@ namespace velmora::maildir {
 // One change to the messages of a watched folder, as the kernel reported it.
 struct FileEvent {
     enum Kind {
-        Appeared,      // renamed or written into cur/ or new/
+        Appeared,      // renamed, linked or written into cur/ or new/ (maybe reported twice)
         Disappeared,   // renamed away or deleted
         RenamedWithin, // renamed inside the folder (a flag change, new/ to cur/)
         FolderGone,    // the folder's cur/ or new/ was removed

@@ -101,9 +101,16 @@ void MaildirApplication::readTree(const SpecialFolders& special) {
 
     // ".A.B" is folder B inside A; A may exist only through its children.
     QStringList paths;
-    for (const QString& entry :
-         QDir(m_root).entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot)) {
-        if (entry.startsWith(QLatin1Char('.')) && entry.size() > 1)
+    const QDir root(m_root);
+    for (const QString& entry : root.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot)) {
+        // A folder is a dot-directory holding mail (cur/) or marked as one;
+        // others beside it (".notmuch", "..DOVECOT-TRASHED", a sync tool's)
+        // are left alone.
+        if (!entry.startsWith(QLatin1Char('.')) || entry.size() < 2 ||
+            entry.startsWith(QLatin1String("..")))
+            continue;
+        if (root.exists(entry + QStringLiteral("/cur")) ||
+            root.exists(entry + QStringLiteral("/maildirfolder")))
             paths.append(entry.mid(1));
     }
     paths.sort();

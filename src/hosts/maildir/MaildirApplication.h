@@ -7,6 +7,8 @@
 
 #include <QHash>
 
+#include <functional>
+
 #include <memory>
 
 namespace velmora::maildir {
@@ -97,6 +99,13 @@ public:
     // The host's own renames and rewrites, so the watcher does not report
     // them back as the user's.
     OwnActionJournal& journal() { return m_journal; }
+    // Where failures of the host's own writes are told, naming the message
+    // (the add-in's handlers end quietly on them, as they always have).
+    void setFaultLog(std::function<void(const QString&)> log) { m_faultLog = std::move(log); }
+    void reportFault(const QString& what) const {
+        if (m_faultLog)
+            m_faultLog(what);
+    }
 
 private:
     void readTree(const SpecialFolders& special);
@@ -109,6 +118,7 @@ private:
     QHash<QString, std::shared_ptr<MaildirFolder>> m_byPath;
     QHash<QString, QString> m_rewritten; // EntryID -> base name now
     OwnActionJournal m_journal;
+    std::function<void(const QString&)> m_faultLog;
     std::shared_ptr<MaildirExplorer> m_explorer = std::make_shared<MaildirExplorer>();
     std::shared_ptr<MaildirNamespace> m_namespace;
 };

@@ -72,28 +72,51 @@ QString MaildirItem::locate() {
 void MaildirItem::save() {
     if (!m_subjectChanged)
         return;
+    try {
+        writeSubject();
+    } catch (const VbError& error) {
+        m_folder->application().reportFault(
+            QStringLiteral("the new subject of \"") + m_message.subject +
+            QStringLiteral("\" was not saved: ") + error.description());
+        throw;
+    }
+}
+
+void MaildirItem::writeSubject() {
     const QString fileName = locate();
-    const QString path = m_folder->directory() + QLatin1Char('/') + fileName;
+    const QString& directory = m_folder->directory();
+    const QString path = directory + QLatin1Char('/') + fileName;
     const QByteArray rewritten = mime::withSubject(readMessageFile(path), m_message.subject);
     const MaildirFileName name = MaildirFileName::parse(fileName.mid(4));
     OwnActionJournal& journal = m_folder->application().journal();
-    const QString& directory = m_folder->directory();
+    QString newBase;
     // The new message is whole on disk before the old one goes: a crash in
     // between leaves the message twice, never not at all.
-    const QString written =
-        writeNewMessage(directory, rewritten, name.flags, [&](const QString& target) {
-            journal.expect(directory, baseOfPath(target), OwnActionJournal::Appears,
-                           events::monotonicMs());
-        });
+    const QString written = writeNewMessage(
+        directory, rewritten, name.flags,
+        [&](const QString& target) {
+            newBase = baseOfPath(target);
+            journal.expect(directory, newBase, OwnActionJournal::Appears, events::monotonicMs());
+        },
+        path);
     journal.expect(directory, name.base, OwnActionJournal::Disappears, events::monotonicMs());
-    removeMessageFile(path);
+    try {
+        // Another client may have renamed the old file meanwhile (a flag
+        // change, new/ to cur/): it is found again by its name and removed.
+        if (!removeMessageFile(path) && !removeMessageFile(directory + QLatin1Char('/') + locate()))
+            throw VbError(VbError::FileNotFound, path + QStringLiteral(": vanished"));
+    } catch (const VbError&) {
+        // The old message stays the one: the new file goes again.
+        journal.withdraw(directory, name.base, OwnActionJournal::Disappears);
+        removeMessageFile(written);
+        throw;
+    }
     const QString newFileName = QStringLiteral("cur/") + QFileInfo(written).fileName();
     MaildirItems& items = m_folder->items();
     if (const qsizetype at = items.indexOfBase(name.base); at >= 0)
         items.replace(at, newFileName);
     m_fileName = newFileName;
-    m_folder->application().noteRewritten(m_entryId,
-                                          MaildirFileName::parse(newFileName.mid(4)).base);
+    m_folder->application().noteRewritten(m_entryId, newBase);
     m_subjectChanged = false;
 }
 
@@ -119,10 +142,13 @@ void MaildirItem::move(HostFolder& destination) {
     try {
         moved = moveMessageFile(source.directory() + QLatin1Char('/') + fileName,
                                 target->directory(), expectArrival);
-    } catch (const VbError&) {
+    } catch (const VbError& error) {
         journal.withdraw(source.directory(), base, OwnActionJournal::Disappears);
         if (!journalled.isEmpty())
             journal.withdraw(target->directory(), journalled, OwnActionJournal::Appears);
+        source.application().reportFault(QStringLiteral("\"") + m_message.subject +
+                                         QStringLiteral("\" was not moved to ") + target->Name() +
+                                         QStringLiteral(": ") + error.description());
         throw;
     }
     if (const qsizetype at = source.items().indexOfBase(base); at >= 0)

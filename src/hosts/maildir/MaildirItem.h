@@ -59,6 +59,7 @@ private:
     // The file's current name, found again by its base name. Throws VbError
     // when the message is no longer in the folder.
     QString locate();
+    void writeSubject();
 
     MaildirFolder* m_folder;
     QString m_fileName;

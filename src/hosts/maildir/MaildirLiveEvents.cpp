@@ -41,6 +41,8 @@ MaildirLiveEvents::MaildirLiveEvents(MaildirApplication& app, Log log)
                     [this](const QList<Seen>& seen) { raiseRemovals(seen); }}) {
     m_watcher = std::make_unique<InotifyWatcher>(
         [this](const QList<FileEvent>& events) { onFileEvents(events); });
+    if (m_log)
+        m_app.setFaultLog(m_log);
     m_timer.setSingleShot(true);
     QObject::connect(&m_timer, &QTimer::timeout, [this] { settle(); });
     for (const auto& folder : m_app.allFolders()) {
@@ -251,13 +253,29 @@ void MaildirLiveEvents::raiseArrivals(const QList<Seen>& seen) {
     QStringList newMail;
     for (const Seen& s : seen) {
         const auto folder = m_app.folderByPath(s.folder);
-        if (!folder)
+        // Gone again meanwhile (deleted, or moved where it is not watched):
+        // there is nothing left to judge.
+        if (!folder || folder->items().indexOfBase(s.name) < 0)
             continue;
-        folder->Items().ItemAdd.raise(s.payload);
-        if (folder.get() == &m_app.inbox())
+        if (folder.get() == &m_app.inbox()) {
+            folder->Items().ItemAdd.raise(s.payload);
             newMail.append(s.payload->EntryID());
-        else if (folder.get() == &m_app.sent())
+        } else if (folder.get() == &m_app.sent()) {
+            folder->Items().ItemAdd.raise(s.payload);
             m_app.ItemSend.raise(s.payload);
+        } else {
+            // Anywhere else a message that came from nowhere is a copy (or a
+            // server-side filter's delivery), raised as a copy is.
+            if (m_log)
+                m_log(
+                    QStringLiteral("copied into %1: %2").arg(folder->Name(), s.payload->subject()));
+            MaildirExplorer& explorer = m_app.explorer();
+            explorer.setSelection({s.payload});
+            explorer.BeforeItemCopy.raise();
+            explorer.BeforeItemPaste.raise(folder);
+            folder->Items().ItemAdd.raise(s.payload);
+            explorer.setSelection({});
+        }
     }
     if (!newMail.isEmpty())
         m_app.NewMailEx.raise(entryIdCollection(newMail));

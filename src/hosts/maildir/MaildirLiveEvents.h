@@ -21,7 +21,10 @@ class MaildirItem;
 //   - a message that appears in the Inbox and stays unpaired is new mail:
 //     ItemAdd on the Inbox, then NewMailEx for all that arrived together;
 //   - one that appears in Sent is being sent: ItemAdd, then ItemSend;
-//   - one that appears anywhere else (a copy, a server-side filter): ItemAdd;
+//   - one that appears anywhere else (a copy, a server-side filter): as a
+//     copy, BeforeItemCopy and BeforeItemPaste with it as the selection,
+//     then ItemAdd;
+//   - one that came and went before it was reported: nothing;
 //   - messages moved together between folders are one user action:
 //     BeforeMove with them as the explorer's selection, then ItemRemove on
 //     the source and ItemAdd on the destination for each;

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace velmora::maildir {
@@ -69,7 +70,7 @@ QByteArray readMessageFile(const QString& path) {
 }
 
 QString writeNewMessage(const QString& folder, QByteArrayView content, const QString& flags,
-                        const BeforeRename& beforeRename) {
+                        const BeforeRename& beforeRename, const QString& replacing) {
     const QString unique = newUniquePart();
     const QString temporary = folder + QStringLiteral("/tmp/") + unique;
     const QString target = folder + QStringLiteral("/cur/") + curFileName(unique, content, flags);
@@ -92,6 +93,14 @@ QString writeNewMessage(const QString& folder, QByteArrayView content, const QSt
             throw fail(errno);
         }
         done += written;
+    }
+    // A rewrite keeps the message's time (servers show it as the date the
+    // message was received) and its permissions.
+    struct stat old {};
+    if (!replacing.isEmpty() && ::stat(local(replacing).constData(), &old) == 0) {
+        const struct timespec times[2] = {old.st_atim, old.st_mtim};
+        ::fchmod(fd, old.st_mode & 07777);
+        ::futimens(fd, times);
     }
     if (::fsync(fd) != 0)
         throw fail(errno);
@@ -133,10 +142,14 @@ QString moveMessageFile(const QString& path, const QString& destination,
     return target;
 }
 
-void removeMessageFile(const QString& path) {
-    if (::unlink(local(path).constData()) != 0 && errno != ENOENT)
+bool removeMessageFile(const QString& path) {
+    if (::unlink(local(path).constData()) != 0) {
+        if (errno == ENOENT)
+            return false;
         throw systemError(path, errno);
+    }
     syncDirectory(QFileInfo(path).absolutePath());
+    return true;
 }
 
 } // namespace velmora::maildir

@@ -26,9 +26,10 @@ QByteArray readMessageFile(const QString& path);
 // own directory, holding cur/, new/ and tmp/): into tmp/ first, flushed to
 // disk, then renamed into cur/ under a fresh unique name with its sizes and
 // `flags`, and the directory flushed. Returns the new file's path. On failure
-// nothing is left in tmp/.
+// nothing is left in tmp/. A message written to replace the file `replacing`
+// takes its modification time and permissions.
 QString writeNewMessage(const QString& folder, QByteArrayView content, const QString& flags,
-                        const BeforeRename& beforeRename = {});
+                        const BeforeRename& beforeRename = {}, const QString& replacing = {});
 
 // Moves a message file into cur/ of the folder at `destination` by a rename
 // (atomic on one file system): the message is in one place or the other at
@@ -37,7 +38,8 @@ QString writeNewMessage(const QString& folder, QByteArrayView content, const QSt
 QString moveMessageFile(const QString& path, const QString& destination,
                         const BeforeRename& beforeRename = {});
 
-// Removes a message file (after its replacement is safely in place).
-void removeMessageFile(const QString& path);
+// Removes a message file (after its replacement is safely in place). False
+// when there was no such file (another client renamed it meanwhile).
+bool removeMessageFile(const QString& path);
 
 } // namespace velmora::maildir

@@ -104,10 +104,12 @@ public:
         if (!GMIME_IS_PART(object))
             return;
         GMimePart* part = GMIME_PART(object);
-        if (hasType(object, "text", "calendar"))
-            m_calendar = true;
         const QString fileName = fromUtf8(g_mime_part_get_filename(part));
         const bool attached = g_mime_part_is_attachment(part) || !fileName.isEmpty();
+        // An invitation carries its calendar in the body; an attached .ics
+        // file does not make a message one.
+        if (!attached && hasType(object, "text", "calendar"))
+            m_calendar = true;
         if (!attached && hasType(object, "text", "plain") && !m_plainSeen) {
             m_plainSeen = true;
             m_message.body = withCrLf(textOf(part));
