@@ -22,6 +22,8 @@ int BuildCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
         return *code;
 
     UserSession session(err);
+    if (!session.mayUseData(name(), err))
+        return kExitError;
     const auto app = openMaildir(chooseMaildir(parser.value(maildir), session.settings), err);
     if (!app)
         return kExitError;

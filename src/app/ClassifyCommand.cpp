@@ -56,6 +56,8 @@ int ClassifyCommand::run(const QStringList& arguments, QTextStream& out, QTextSt
     }
 
     UserSession session(err);
+    if (!session.mayUseData(name(), err))
+        return kExitError;
     session.windows.answerer().decide = [](const QString&) {
         return HeadlessPromptAnswerer::Answer::Close;
     };

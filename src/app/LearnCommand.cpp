@@ -26,6 +26,8 @@ int LearnCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     }
 
     UserSession session(err);
+    if (!session.mayUseData(name(), err))
+        return kExitError;
     session.windows.answerer().decide = [](const QString&) {
         return HeadlessPromptAnswerer::Answer::Close;
     };

@@ -12,6 +12,8 @@ int StatsCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     if (const auto code = parseOptions(parser, name(), arguments, out, err))
         return *code;
     UserSession session(err);
+    if (!session.mayUseData(name(), err))
+        return kExitError;
     session.windows.answerer().decide = [](const QString&) {
         return HeadlessPromptAnswerer::Answer::Close;
     };

@@ -25,6 +25,8 @@ int SweepCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     const QString folderName = parser.positionalArguments().first();
 
     UserSession session(err);
+    if (!session.mayUseData(name(), err))
+        return kExitError;
     const auto app = openMaildir(chooseMaildir(parser.value(maildir), session.settings), err);
     if (!app)
         return kExitError;

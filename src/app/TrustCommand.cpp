@@ -23,6 +23,8 @@ int TrustCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
         return kExitUsage;
     }
     UserSession session(err);
+    if (!session.mayUseData(name(), err))
+        return kExitError;
     session.windows.answerer().decide = [](const QString&) {
         return HeadlessPromptAnswerer::Answer::Close;
     };

@@ -33,8 +33,10 @@ HeadlessPromptAnswerer::Answer askOnTerminal(const QString& prompt, QTextStream&
 } // namespace
 
 UserSession::UserSession(QTextStream& err)
-    : settings(userSettingsFile()), connect(DataFolder(userWorkRoot()), settings, windows) {
-    provideStarterPictures(DataFolder(userWorkRoot()));
+    : lock(userWorkRoot()), settings(userSettingsFile()),
+      connect(DataFolder(userWorkRoot()), settings, windows) {
+    if (lock.held())
+        provideStarterPictures(DataFolder(userWorkRoot()));
     QTextStream* errors = &err;
     if (::isatty(STDIN_FILENO) && ::isatty(STDERR_FILENO)) {
         windows.answerer().decide = [errors](const QString& prompt) {
@@ -47,6 +49,13 @@ UserSession::UserSession(QTextStream& err)
             return HeadlessPromptAnswerer::Answer::Close;
         };
     }
+}
+
+bool UserSession::mayUseData(const QString& command, QTextStream& err) const {
+    if (lock.held())
+        return true;
+    err << "velmora " << command << ": " << lock.refusal() << '\n';
+    return false;
 }
 
 QString chooseMaildir(const QString& option, const SettingsStore& settings) {

@@ -2,6 +2,7 @@
 
 #include "addin/Connect.h"
 #include "addin/HeadlessAddinWindows.h"
+#include "app/DataFolderLock.h"
 #include "settings/SettingsStore.h"
 
 #include <QTextStream>
@@ -20,6 +21,11 @@ class MaildirApplication;
 struct UserSession {
     explicit UserSession(QTextStream& err);
 
+    // False, with the reason written to `err`, when another velmora process
+    // (a running watch) has the data folder: the command must end.
+    bool mayUseData(const QString& command, QTextStream& err) const;
+
+    DataFolderLock lock;
     SettingsStore settings;
     HeadlessAddinWindows windows{HeadlessPromptAnswerer::Answer::Close};
     Connect connect;

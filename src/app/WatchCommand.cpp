@@ -1,6 +1,7 @@
 #include "app/WatchCommand.h"
 
 #include "app/CommandOptions.h"
+#include "app/DataFolderLock.h"
 #include "app/QuitSignals.h"
 #include "app/StarterPictures.h"
 #include "app/UserSession.h"
@@ -29,6 +30,9 @@ int watchUntilStopped(Connect& connect, SettingsStore& settings, const QString& 
     const auto app = openMaildir(path, err);
     if (!app)
         return kExitError;
+    // Installed first: a signal during the start (a long backlog, a question)
+    // ends it through the host's Quit too.
+    QuitSignals quitSignals([&](int) { QCoreApplication::quit(); });
     try {
         WatchSession watch(connect, app, out);
         std::unique_ptr<TrayMenu> tray;
@@ -41,7 +45,6 @@ int watchUntilStopped(Connect& connect, SettingsStore& settings, const QString& 
             out << "no system tray here: the menu is not shown\n";
         out.flush();
         watch.deliverWaiting();
-        QuitSignals quitSignals([&](int) { QCoreApplication::quit(); });
         if (stopAfterSeconds >= 0)
             QTimer::singleShot(int(stopAfterSeconds * 1000), qApp, &QCoreApplication::quit);
         QCoreApplication::exec();
@@ -78,9 +81,18 @@ int WatchCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     const double stopAfterSeconds =
         parser.isSet(stopAfter) ? parser.value(stopAfter).toDouble() : -1;
 
-    if (qobject_cast<QApplication*>(QCoreApplication::instance()) && !parser.isSet(headless)) {
+    // A display that only pretends (offscreen) shows no tray and no question.
+    const bool screen = qobject_cast<QApplication*>(QCoreApplication::instance()) &&
+                        QGuiApplication::platformName() != QStringLiteral("offscreen") &&
+                        QGuiApplication::platformName() != QStringLiteral("minimal");
+    if (screen && !parser.isSet(headless)) {
         QApplication::setQuitOnLastWindowClosed(false); // the tool window comes and goes
         installMessageSinkForPlatform();
+        const DataFolderLock lock(userWorkRoot());
+        if (!lock.held()) {
+            err << "velmora watch: " << lock.refusal() << '\n';
+            return kExitError;
+        }
         SettingsStore settings(userSettingsFile());
         provideStarterPictures(DataFolder(userWorkRoot()));
         WidgetAddinWindows windows;
@@ -89,6 +101,8 @@ int WatchCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
                                  out, err);
     }
     UserSession session(err);
+    if (!session.mayUseData(name(), err))
+        return kExitError;
     return watchUntilStopped(session.connect, session.settings, parser.value(maildir),
                              stopAfterSeconds, false, out, err);
 }

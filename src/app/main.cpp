@@ -26,6 +26,12 @@ int main(int argc, char** argv) {
         return 1;
     }
     std::unique_ptr<QCoreApplication> app;
+    // A display that cannot be reached (a stale DISPLAY in a service) must not
+    // end the watch: the platform falls back to none, and it runs headless.
+    if (watchOnScreen && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")
+                                       ? QByteArray("xcb;offscreen")
+                                       : QByteArray("wayland;xcb;offscreen"));
     if (window || watchOnScreen)
         app = std::make_unique<QApplication>(argc, argv);
     else

@@ -1,6 +1,8 @@
 // The user's commands on a real Maildir, run in-process with the user's
 // folders pointed at a temporary home.
 #include "app/CommandRun.h"
+#include "app/DataFolderLock.h"
+#include "settings/UserPaths.h"
 
 #include "hosts/maildir/MaildirFixture.h"
 #include "support/FilterFixture.h"
@@ -110,6 +112,14 @@ TEST(MailCommands, BuildLearnClassifyTrustAndSettingsOnAMaildir) {
 
     run = runVelmora({QStringLiteral("trust"), QStringLiteral("Pal@Club.example")});
     EXPECT_EQ(run.code, 0);
+    {
+        // While a watcher has the data, commands that change it refuse.
+        const DataFolderLock watching(userWorkRoot());
+        ASSERT_TRUE(watching.held());
+        run = runVelmora({QStringLiteral("trust"), QStringLiteral("other@club.example")});
+        EXPECT_EQ(run.code, 3);
+        EXPECT_TRUE(run.err.contains(QStringLiteral("stop it first"))) << run.err.toStdString();
+    }
     run = runVelmora({QStringLiteral("settings"), QStringLiteral("--text-level"),
                       QStringLiteral("20"), QStringLiteral("--maildir"), tree.root});
     EXPECT_EQ(run.code, 0);
