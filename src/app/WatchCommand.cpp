@@ -46,7 +46,8 @@ int watchUntilStopped(Connect& connect, SettingsStore& settings, const QString& 
         out.flush();
         watch.deliverWaiting();
         if (stopAfterSeconds >= 0)
-            QTimer::singleShot(int(stopAfterSeconds * 1000), qApp, &QCoreApplication::quit);
+            QTimer::singleShot(int(stopAfterSeconds * 1000), QCoreApplication::instance(),
+                               &QCoreApplication::quit);
         QCoreApplication::exec();
         watch.flush();
         out << "stopped\n";
