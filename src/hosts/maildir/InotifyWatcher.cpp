@@ -60,9 +60,18 @@ QString InotifyWatcher::watch(const QString& folder) {
     return {};
 }
 
+QString InotifyWatcher::watchRoot(const QString& root) {
+    const int wd = ::inotify_add_watch(m_fd, QFile::encodeName(root).constData(),
+                                       IN_CREATE | IN_MOVED_TO | IN_ONLYDIR);
+    if (wd < 0)
+        return root + QStringLiteral(": ") + QString::fromLocal8Bit(std::strerror(errno));
+    m_byDescriptor.insert(wd, {root, QString()});
+    return {};
+}
+
 void InotifyWatcher::unwatch(const QString& folder) {
     for (auto it = m_byDescriptor.begin(); it != m_byDescriptor.end();) {
-        if (it->folder == folder) {
+        if (it->folder == folder && !it->sub.isEmpty()) {
             ::inotify_rm_watch(m_fd, it.key());
             it = m_byDescriptor.erase(it);
         } else {
@@ -73,7 +82,7 @@ void InotifyWatcher::unwatch(const QString& folder) {
 
 bool InotifyWatcher::watching(const QString& folder) const {
     for (const Watched& w : m_byDescriptor) {
-        if (w.folder == folder)
+        if (w.folder == folder && !w.sub.isEmpty())
             return true;
     }
     return false;
@@ -111,6 +120,12 @@ void InotifyWatcher::readPending() {
         const auto watched = m_byDescriptor.constFind(e.wd);
         if (watched == m_byDescriptor.constEnd())
             continue; // a watch removed meanwhile
+        if (watched->sub.isEmpty()) {
+            if ((e.mask & IN_ISDIR) && e.name.startsWith(QLatin1Char('.')) &&
+                !e.name.startsWith(QLatin1String("..")))
+                events.append({FileEvent::FolderMade, watched->folder, e.name, {}});
+            continue;
+        }
         const QString file = watched->sub + QLatin1Char('/') + e.name;
         if (e.mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) {
             events.append({FileEvent::FolderGone, watched->folder, {}, {}});

@@ -19,6 +19,7 @@ struct FileEvent {
         Disappeared,   // renamed away or deleted
         RenamedWithin, // renamed inside the folder (a flag change, new/ to cur/)
         FolderGone,    // the folder's cur/ or new/ was removed
+        FolderMade,    // a dot-directory appeared in the watched root (`folder`)
         Overflow,      // the kernel dropped events: the folders must be read again
     };
     Kind kind;
@@ -41,6 +42,8 @@ public:
 
     // Watches `folder`'s cur/ and new/. Returns why it cannot, or "".
     QString watch(const QString& folder);
+    // Watches the Maildir's root for folders made (or renamed into place).
+    QString watchRoot(const QString& root);
     void unwatch(const QString& folder);
     bool watching(const QString& folder) const;
 
@@ -51,7 +54,7 @@ public:
 private:
     struct Watched {
         QString folder;
-        QString sub; // "cur" or "new"
+        QString sub; // "cur" or "new"; "" for the root
     };
 
     int m_fd = -1;

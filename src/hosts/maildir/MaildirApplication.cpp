@@ -99,7 +99,13 @@ void MaildirApplication::readTree(const SpecialFolders& special) {
     m_byPath.insert(QString(), m_inbox);
     m_store->addSubfolder(m_inbox);
 
-    // ".A.B" is folder B inside A; A may exist only through its children.
+    adoptNewFolders();
+    m_junk = specialFolder(special.junk, kJunkNames, QStringLiteral("Junk"));
+    m_sent = specialFolder(special.sent, kSentNames, QStringLiteral("Sent"));
+    m_trash = specialFolder(special.trash, kTrashNames, QStringLiteral("Trash"));
+}
+
+QStringList MaildirApplication::folderPathsOnDisk() const {
     QStringList paths;
     const QDir root(m_root);
     for (const QString& entry : root.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot)) {
@@ -114,6 +120,13 @@ void MaildirApplication::readTree(const SpecialFolders& special) {
             paths.append(entry.mid(1));
     }
     paths.sort();
+    return paths;
+}
+
+QList<std::shared_ptr<MaildirFolder>> MaildirApplication::adoptNewFolders() {
+    // ".A.B" is folder B inside A; A may exist only through its children.
+    const QStringList paths = folderPathsOnDisk();
+    QList<std::shared_ptr<MaildirFolder>> adopted;
     for (const QString& path : paths) {
         const QStringList parts = path.split(QLatin1Char('.'));
         QString prefix;
@@ -129,13 +142,13 @@ void MaildirApplication::readTree(const SpecialFolders& special) {
                 folder->scan();
                 m_byPath.insert(prefix, folder);
                 parent->addSubfolder(folder);
+                if (real)
+                    adopted.append(folder);
             }
             parent = folder;
         }
     }
-    m_junk = specialFolder(special.junk, kJunkNames, QStringLiteral("Junk"));
-    m_sent = specialFolder(special.sent, kSentNames, QStringLiteral("Sent"));
-    m_trash = specialFolder(special.trash, kTrashNames, QStringLiteral("Trash"));
+    return adopted;
 }
 
 std::shared_ptr<MaildirFolder> MaildirApplication::specialFolder(const QString& overridden,

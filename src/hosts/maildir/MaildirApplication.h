@@ -91,6 +91,10 @@ public:
     // ("Work.Projects") or a path with slashes ("Work/Projects").
     std::shared_ptr<MaildirFolder> findFolder(const QString& name) const;
 
+    // Folders made on disk since the tree was read (by a mail client or
+    // server), now part of it. Returns them.
+    QList<std::shared_ptr<MaildirFolder>> adoptNewFolders();
+
     // The message of that EntryID wherever it is now, or nullptr. A message
     // whose subject was rewritten keeps the EntryID it had.
     std::shared_ptr<class MaildirItem> findItem(const QString& entryId) const;
@@ -109,6 +113,7 @@ public:
 
 private:
     void readTree(const SpecialFolders& special);
+    QStringList folderPathsOnDisk() const;
     std::shared_ptr<MaildirFolder>
     specialFolder(const QString& overridden, const QStringList& usualNames, const QString& created);
 

@@ -8,6 +8,7 @@
 #include "hosts/maildir/MaildirItem.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSet>
 
 #include <sys/stat.h>
@@ -45,16 +46,12 @@ MaildirLiveEvents::MaildirLiveEvents(MaildirApplication& app, Log log)
         m_app.setFaultLog(m_log);
     m_timer.setSingleShot(true);
     QObject::connect(&m_timer, &QTimer::timeout, [this] { settle(); });
-    for (const auto& folder : m_app.allFolders()) {
-        if (const QString error = m_watcher->watch(folder->directory()); !error.isEmpty()) {
-            if (m_log)
-                m_log(QStringLiteral("not watched: ") + error);
-            continue;
-        }
-        for (const QString& file : folder->items().files())
-            m_inodes.insert(inodeKey(folder->directory(), baseOf(file)),
-                            inodeOf(folder->directory() + QLatin1Char('/') + file));
-    }
+    for (const auto& folder : m_app.allFolders())
+        watchFolder(*folder, {});
+    if (const QString error = m_watcher->watchRoot(m_app.root()); !error.isEmpty() && m_log)
+        m_log(QStringLiteral("folders made later are not watched: ") + error);
+    m_adoptTimer.setSingleShot(true);
+    QObject::connect(&m_adoptTimer, &QTimer::timeout, [this] { adoptFolders(); });
     if (!m_watcher->watching(m_app.inbox().directory()))
         throw VbError(VbError::PathFileAccessError,
                       m_app.inbox().directory() + QStringLiteral(": the Inbox cannot be watched"));
@@ -91,6 +88,12 @@ void MaildirLiveEvents::onFileEvents(const QList<FileEvent>& events) {
         }
         if (e.kind == FileEvent::FolderGone) {
             folderGone(e.folder);
+            continue;
+        }
+        if (e.kind == FileEvent::FolderMade) {
+            // Its cur/ is made a moment after the folder itself.
+            m_adoptAttempts = 0;
+            m_adoptTimer.start(100);
             continue;
         }
         MaildirFolder* folder = nullptr;
@@ -185,6 +188,44 @@ void MaildirLiveEvents::folderGone(const QString& directory) {
                   QStringLiteral(" (") + directory + QLatin1Char(')'));
         folder->items().reset({});
     }
+}
+
+void MaildirLiveEvents::adoptFolders() {
+    bool found = false;
+    try {
+        for (const auto& folder : m_app.adoptNewFolders()) {
+            watchFolder(*folder, QStringLiteral("new folder, watched: "));
+            found = true;
+        }
+        // A folder removed while watched and made again.
+        for (const auto& folder : m_app.allFolders()) {
+            if (m_gone.contains(folder->directory()) &&
+                QFileInfo(folder->directory() + QStringLiteral("/cur")).isDir()) {
+                m_gone.remove(folder->directory());
+                folder->scan();
+                watchFolder(*folder, QStringLiteral("folder made again, watched: "));
+                found = true;
+            }
+        }
+    } catch (const VbError& error) {
+        if (m_log)
+            m_log(error.description());
+    }
+    if (!found && ++m_adoptAttempts < 5)
+        m_adoptTimer.start(400);
+}
+
+void MaildirLiveEvents::watchFolder(MaildirFolder& folder, const QString& logPrefix) {
+    if (const QString error = m_watcher->watch(folder.directory()); !error.isEmpty()) {
+        if (m_log)
+            m_log(QStringLiteral("not watched: ") + error);
+        return;
+    }
+    for (const QString& file : folder.items().files())
+        m_inodes.insert(inodeKey(folder.directory(), baseOf(file)),
+                        inodeOf(folder.directory() + QLatin1Char('/') + file));
+    if (m_log && !logPrefix.isEmpty())
+        m_log(logPrefix + folder.Name());
 }
 
 void MaildirLiveEvents::rescan() {

@@ -58,6 +58,8 @@ private:
     void renamedWithin(MaildirFolder& folder, const QString& oldFile, const QString& file);
     void folderGone(const QString& directory);
     void rescan();
+    void adoptFolders();
+    void watchFolder(MaildirFolder& folder, const QString& logPrefix);
 
     void raiseMoves(const QList<Correlator::Move>& moves);
     void raiseMoveAction(const QList<Correlator::Move>& moves);
@@ -73,6 +75,8 @@ private:
     Correlator m_correlator;
     std::unique_ptr<InotifyWatcher> m_watcher;
     QTimer m_timer;
+    QTimer m_adoptTimer;
+    int m_adoptAttempts = 0;
     bool m_raising = false;
     QHash<QString, QString> m_inodes; // directory + '/' + base -> inode
     QSet<QString> m_gone;             // folders removed while watched

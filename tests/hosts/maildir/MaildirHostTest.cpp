@@ -236,4 +236,29 @@ TEST(MaildirHost, ABrokenMessageOrARemovedFolderDoesNotStopTheWatcher) {
 
     tree.deliver(QString(), rawMail(QStringLiteral("c@x.example"), QStringLiteral("Later"), {}));
     ASSERT_TRUE(waitUntil([&] { return log.lines.contains(QStringLiteral("add Inbox Later")); }));
+
+    // A folder made by a client is watched; a message moved into it is a move.
+    log.lines.clear();
+    for (const char* sub : {"cur", "new", "tmp"})
+        QDir().mkpath(tree.folder(QStringLiteral("Archive")) + QLatin1Char('/') +
+                      QLatin1String(sub));
+    ASSERT_TRUE(
+        waitUntil([&] { return logged.join(u'|').contains(QStringLiteral("new folder")); }));
+    QString later;
+    for (const QString& file : tree.files(QString())) {
+        if (MaildirTree::read(file).contains("Subject: Later"))
+            later = file;
+    }
+    tree.serverMove({later}, QStringLiteral("Archive"));
+    ASSERT_TRUE(waitUntil([&] { return log.lines.size() >= 2; }));
+    EXPECT_EQ(log.lines,
+              (QStringList{QStringLiteral("beforemove Later"), QStringLiteral("remove Inbox")}));
+    EXPECT_EQ(app.findFolder(QStringLiteral("Archive"))->Items().Count(), 1);
+
+    // The removed folder made again is watched again.
+    for (const char* sub : {"cur", "new", "tmp"})
+        QDir().mkpath(tree.folder(QStringLiteral("Work.Projects")) + QLatin1Char('/') +
+                      QLatin1String(sub));
+    ASSERT_TRUE(
+        waitUntil([&] { return logged.join(u'|').contains(QStringLiteral("made again")); }));
 }
