@@ -142,8 +142,8 @@ void Demo::deliverIncoming(WatchSession& watch) {
 }
 
 void Demo::userMoves(WatchSession& watch) {
-    // The user disagrees twice: the last message kept in the Inbox is spam to
-    // them, and the last one the filter caught is mail they want.
+    // The user disagrees twice: the last message kept in the Inbox is spam the
+    // filter did not know yet, and the last one it caught is mail they want.
     const Delivered* kept = nullptr;
     const Delivered* caught = nullptr;
     for (const Delivered& d : m_delivered)

@@ -30,10 +30,12 @@ TEST(DemoCommand, WatchesADemoMaildirJudgingNewMailAndLearningFromMoves) {
           "in Inbox\n",
           "05-sale-again.txt: new mail from news@mega-sale.example \"{S:92%} Last days of the "
           "sale\": spam, moved to Junk\n",
-          "moved by the user: Inbox -> Junk: New books this month\n",
+          "06-crypto-tip.txt: new mail from alerts@coin-signals.example \"This coin will 40x "
+          "before Friday\": kept in Inbox\n",
+          "moved by the user: Inbox -> Junk: This coin will 40x before Friday\n",
           "moved by the user: Junk -> Inbox: {S:92%} Last days of the sale\n"
           "  learnt: now 8 text records, 37 picture records, 3 trusted senders\n",
-          "Summary: 5 new messages, 3 judged spam; Inbox holds 2, Junk 6."})
+          "Summary: 6 new messages, 3 judged spam; Inbox holds 3, Junk 6."})
         EXPECT_TRUE(out.contains(QString::fromUtf8(line))) << line << "\n---\n"
                                                            << out.toStdString();
 
@@ -50,7 +52,7 @@ TEST(DemoCommand, WatchesADemoMaildirJudgingNewMailAndLearningFromMoves) {
     // The tag comes off by a fixed count made for three-digit scores, so a
     // two-digit tag takes the subject's first letter with it.
     EXPECT_EQ(subjects, QStringList{QStringLiteral("ast days of the sale")});
-    EXPECT_EQ(QDir(root.file(QStringLiteral("Maildir/new"))).entryList(QDir::Files).size(), 1);
+    EXPECT_EQ(QDir(root.file(QStringLiteral("Maildir/new"))).entryList(QDir::Files).size(), 2);
     EXPECT_EQ(QDir(root.file(QStringLiteral("Maildir/.Junk/cur"))).entryList(QDir::Files).size(),
               6);
     EXPECT_TRUE(QFile::exists(root.file(QStringLiteral("CORVANELSPAM/spamdata/txtdata.dat"))));
