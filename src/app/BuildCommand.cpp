@@ -24,7 +24,8 @@ int BuildCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     UserSession session(err);
     if (!session.mayUseData(name(), err))
         return kExitError;
-    const auto app = openMaildir(chooseMaildir(parser.value(maildir), session.settings), err);
+    const auto app =
+        openMaildir(chooseMaildir(parser.value(maildir), session.settings), session.settings, err);
     if (!app)
         return kExitError;
     session.connect.OnConnection(app);

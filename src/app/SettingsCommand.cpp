@@ -27,7 +27,15 @@ int SettingsCommand::run(const QStringList& arguments, QTextStream& out, QTextSt
     const QCommandLineOption maildir(QStringLiteral("maildir"),
                                      QStringLiteral("The Maildir the commands use by default."),
                                      QStringLiteral("dir"));
-    parser.addOptions({picture, text, textOff, textOn, maildir});
+    const QCommandLineOption junk(QStringLiteral("junk"),
+                                  QStringLiteral("The Junk folder, as a Maildir++ name "
+                                                 "(\"Spam\", \"Archive.Junk\"); \"\" to find it."),
+                                  QStringLiteral("folder"));
+    const QCommandLineOption sent(QStringLiteral("sent"), QStringLiteral("The Sent folder."),
+                                  QStringLiteral("folder"));
+    const QCommandLineOption trash(QStringLiteral("trash"), QStringLiteral("The Trash folder."),
+                                   QStringLiteral("folder"));
+    parser.addOptions({picture, text, textOff, textOn, maildir, junk, sent, trash});
     if (const auto code = parseOptions(parser, name(), arguments, out, err))
         return *code;
     if (parser.isSet(textOff) && parser.isSet(textOn)) {
@@ -54,12 +62,25 @@ int SettingsCommand::run(const QStringList& arguments, QTextStream& out, QTextSt
         store.saveAppSetting(QStringLiteral("Maildir"), QStringLiteral("Path"),
                              QDir(parser.value(maildir)).absolutePath());
 
+    for (const auto& [option, key] :
+         {std::pair{&junk, "Junk"}, std::pair{&sent, "Sent"}, std::pair{&trash, "Trash"}}) {
+        if (parser.isSet(*option))
+            store.saveAppSetting(QStringLiteral("Maildir"), QLatin1String(key),
+                                 parser.value(*option));
+    }
+    const auto folder = [&](const char* key) {
+        const QString name = store.appSetting(QStringLiteral("Maildir"), QLatin1String(key));
+        return name.isEmpty() ? QStringLiteral("(found by its usual names)") : name;
+    };
+
     out << "settings file: " << store.fileName() << '\n'
         << "LevelP = \"" << store.ReadSetting(SettingLevelP) << "\"\n"
         << "LevelT = \"" << store.ReadSetting(SettingLevelT) << "\"\n"
         << "TextP  = \"" << store.ReadSetting(SettingTextP) << "\"\n"
         << "Maildir = " << store.appSetting(QStringLiteral("Maildir"), QStringLiteral("Path"))
-        << '\n';
+        << '\n'
+        << "Junk = " << folder("Junk") << ", Sent = " << folder("Sent")
+        << ", Trash = " << folder("Trash") << '\n';
     try {
         const Thresholds thresholds = deriveThresholds(store);
         out << "spam from " << thresholds.LevelP << " % resemblance (pictures), "

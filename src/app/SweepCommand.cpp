@@ -27,7 +27,8 @@ int SweepCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     UserSession session(err);
     if (!session.mayUseData(name(), err))
         return kExitError;
-    const auto app = openMaildir(chooseMaildir(parser.value(maildir), session.settings), err);
+    const auto app =
+        openMaildir(chooseMaildir(parser.value(maildir), session.settings), session.settings, err);
     if (!app)
         return kExitError;
     const auto folder = app->findFolder(folderName);

@@ -67,9 +67,17 @@ QString chooseMaildir(const QString& option, const SettingsStore& settings) {
     return QDir::home().filePath(QStringLiteral("Maildir"));
 }
 
-std::shared_ptr<maildir::MaildirApplication> openMaildir(const QString& path, QTextStream& err) {
+maildir::SpecialFolders chosenSpecialFolders(const SettingsStore& settings) {
+    const auto folder = [&](const char* key) {
+        return settings.appSetting(QStringLiteral("Maildir"), QLatin1String(key));
+    };
+    return {folder("Junk"), folder("Sent"), folder("Trash")};
+}
+
+std::shared_ptr<maildir::MaildirApplication>
+openMaildir(const QString& path, const SettingsStore& settings, QTextStream& err) {
     try {
-        return std::make_shared<maildir::MaildirApplication>(path);
+        return std::make_shared<maildir::MaildirApplication>(path, chosenSpecialFolders(settings));
     } catch (const VbError& error) {
         err << "velmora: " << error.description() << '\n';
         return nullptr;

@@ -37,7 +37,10 @@ struct UserSession {
 // settings file names ("Velmora/Maildir/Path"), else ~/Maildir.
 QString chooseMaildir(const QString& option, const SettingsStore& settings);
 
-// Opens the Maildir at `path`; on failure writes why to `err` and returns null.
-std::shared_ptr<maildir::MaildirApplication> openMaildir(const QString& path, QTextStream& err);
+// Opens the Maildir at `path`, with the Junk, Sent and Trash folders the
+// settings name ("Velmora/Maildir/Junk" ...; found by their usual names when
+// not named). On failure writes why to `err` and returns null.
+std::shared_ptr<maildir::MaildirApplication>
+openMaildir(const QString& path, const SettingsStore& settings, QTextStream& err);
 
 } // namespace velmora

@@ -27,7 +27,7 @@ namespace {
 int watchUntilStopped(Connect& connect, SettingsStore& settings, const QString& maildirOption,
                       double stopAfterSeconds, bool trayMenu, QTextStream& out, QTextStream& err) {
     const QString path = chooseMaildir(maildirOption, settings);
-    const auto app = openMaildir(path, err);
+    const auto app = openMaildir(path, settings, err);
     if (!app)
         return kExitError;
     // Installed first: a signal during the start (a long backlog, a question)

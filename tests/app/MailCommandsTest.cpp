@@ -124,6 +124,10 @@ TEST(MailCommands, BuildLearnClassifyTrustAndSettingsOnAMaildir) {
                       QStringLiteral("20"), QStringLiteral("--maildir"), tree.root});
     EXPECT_EQ(run.code, 0);
     EXPECT_TRUE(run.out.contains(QStringLiteral("LevelT = \"20\""))) << run.out.toStdString();
+    run =
+        runVelmora({QStringLiteral("settings"), QStringLiteral("--junk"), QStringLiteral("Junk")});
+    EXPECT_TRUE(run.out.contains(QStringLiteral("Junk = Junk, Sent = (found by its usual names)")))
+        << run.out.toStdString();
     run = runVelmora({QStringLiteral("stats")});
     EXPECT_TRUE(run.out.contains(QStringLiteral("trusted senders: 3"))) << run.out.toStdString();
     EXPECT_TRUE(run.out.contains(QStringLiteral("picture records: 37 (37 spam)")));
