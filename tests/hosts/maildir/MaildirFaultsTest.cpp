@@ -122,3 +122,74 @@ TEST(MaildirFaults, HugeAndDamagedMessagesAreJudgedAndTheWatcherGoesOn) {
               damaged.size() + 1);
     EXPECT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
 }
+
+TEST(MaildirFaults, ReadOnlyMailAndDataAreReportedByNameAndNothingIsLost) {
+    TempFolder dir;
+    const QString mountPoint = dir.file(QStringLiteral("ro"));
+    QDir().mkpath(mountPoint);
+    if (geteuid() != 0 ||
+        mount("tmpfs", mountPoint.toLocal8Bit().constData(), "tmpfs", 0, "size=4m") != 0)
+        GTEST_SKIP() << "needs root to mount a file system";
+    struct Unmount {
+        QString at;
+        ~Unmount() { umount(at.toLocal8Bit().constData()); }
+    } unmount{mountPoint};
+
+    RecordingSink sink;
+    const QString root = mountPoint + QStringLiteral("/Maildir");
+    for (const QString& path : {QString(), QStringLiteral("/.Work")})
+        for (const char* sub : {"cur", "new", "tmp"})
+            QDir().mkpath(root + path + QLatin1Char('/') + QLatin1String(sub));
+    const QByteArray example =
+        rawMail(QStringLiteral("spammer@shop.example"), QStringLiteral("Watches"), kSpamBody);
+    QFile placed(root + QStringLiteral("/.Work/cur/1.M1P1.host:2,S"));
+    ASSERT_TRUE(placed.open(QIODevice::WriteOnly));
+    placed.write(example);
+    placed.close();
+
+    auto app = std::make_shared<MaildirApplication>(root);
+    QStringList logged;
+    MaildirLiveEvents live(*app, [&](const QString& line) { logged.append(line); });
+    TempFolder home;
+    const QString workRoot = mountPoint + QStringLiteral("/data/CORVANELSPAM/");
+    SettingsStore settings(home.file(QStringLiteral("velmora.ini")));
+    writeSmallDatabase(workRoot, settings);
+    HeadlessAddinWindows windows{HeadlessPromptAnswerer::Answer::Close};
+    Connect connect(DataFolder(workRoot), settings, windows);
+    connect.OnConnection(app);
+    app->findFolder(QStringLiteral("Work"))->Items().Item(1)->move(app->junk()); // learnt
+    ASSERT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
+
+    // New spam arrives, and then mail and data can no longer be written.
+    const QByteArray spam =
+        rawMail(QStringLiteral("new@shop.example"), QStringLiteral("Offer"), kSpamBody);
+    QFile delivered(root + QStringLiteral("/new/2.M2P2.host"));
+    ASSERT_TRUE(delivered.open(QIODevice::WriteOnly));
+    delivered.write(spam);
+    delivered.close();
+    ASSERT_EQ(mount(nullptr, mountPoint.toLocal8Bit().constData(), nullptr, MS_REMOUNT | MS_RDONLY,
+                    nullptr),
+              0);
+    live.flush(); // the delivery is judged now
+
+    // The message is where it was, whole; the failures name what failed.
+    QFile kept(delivered.fileName());
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), spam);
+    EXPECT_TRUE(logged.join(u'|').contains(QStringLiteral("\"{S:")))
+        << logged.join(u'|').toStdString();
+    EXPECT_TRUE(logged.join(u'|').contains(QStringLiteral("Read-only file system")));
+    EXPECT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
+
+    // What is learnt cannot be saved: the message names the file and why.
+    const MailItemRef item = app->inbox().Items().Item(1);
+    app->explorer().setSelection({item});
+    app->explorer().BeforeMove.raise();
+    app->inbox().Items().ItemRemove.raise();
+    app->junk().Items().ItemAdd.raise(item);
+    const QString messages = sink.messages.join(u'|');
+    EXPECT_TRUE(messages.contains(QStringLiteral("txtdata.dat")) &&
+                messages.contains(QStringLiteral("Permission denied")))
+        << messages.toStdString();
+    mount(nullptr, mountPoint.toLocal8Bit().constData(), nullptr, MS_REMOUNT, nullptr);
+}
