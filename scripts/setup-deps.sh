@@ -9,6 +9,9 @@ packages=(
   xvfb xauth
   libgmime-3.0-dev
   libgtest-dev libgmock-dev libbenchmark-dev
+  # scripts/fuzz.sh: clang with its sanitizer and libFuzzer runtimes, and the
+  # symbolizer that puts names and lines in their reports
+  clang libclang-rt-14-dev llvm-14
 )
 
 missing=()

@@ -32,7 +32,23 @@ std::optional<DemoMessage> readDemoMessage(const QString& path, const QString& p
             message.attachmentName = line.mid(11).trimmed();
     }
     if (!message.attachmentName.isEmpty()) {
-        QFile picture(picturesFolder + QLatin1Char('/') + message.attachmentName);
+        // A picture of the pictures folder itself, and no larger than mail
+        // carries: the name never leads elsewhere.
+        constexpr qint64 kMaxPictureFile = 10 * 1024 * 1024;
+        const QString& name = message.attachmentName;
+        if (name.contains(QLatin1Char('/')) || name.contains(QLatin1Char('\\')) ||
+            name.startsWith(QLatin1Char('.'))) {
+            error = QStringLiteral("%1: attachment %2: not a file name of the pictures folder")
+                        .arg(path, name);
+            return std::nullopt;
+        }
+        QFile picture(picturesFolder + QLatin1Char('/') + name);
+        if (!QFileInfo(picture.fileName()).isFile() ||
+            QFileInfo(picture.fileName()).size() > kMaxPictureFile) {
+            error = QStringLiteral("%1: attachment %2: not a picture file of at most 10 MB")
+                        .arg(path, picture.fileName());
+            return std::nullopt;
+        }
         if (!picture.open(QIODevice::ReadOnly)) {
             error = QStringLiteral("%1: attachment %2: %3")
                         .arg(path, picture.fileName(), picture.errorString());

@@ -78,6 +78,8 @@ TEST(DemoCommand, UnreadableMessagesAreReportedByName) {
     demo.writeBytes(QStringLiteral("incoming/broken.txt"), "From: a@x\nno blank line");
     demo.writeBytes(QStringLiteral("incoming/lost.txt"),
                     "From: a@x\nAttachment: gone.png\n\nbody\n");
+    demo.writeBytes(QStringLiteral("incoming/away.txt"),
+                    "From: a@x\nAttachment: ../../../dev/zero\n\nbody\n");
     TempFolder root;
     const CommandRun run = runVelmora({QStringLiteral("demo"), QStringLiteral("--demo-dir"),
                                        demo.path(), QStringLiteral("--work-root"), root.path()});
@@ -85,4 +87,7 @@ TEST(DemoCommand, UnreadableMessagesAreReportedByName) {
     EXPECT_TRUE(run.err.contains(QStringLiteral("broken.txt: no blank line after the headers")))
         << run.err.toStdString();
     EXPECT_TRUE(run.err.contains(QStringLiteral("lost.txt: attachment")));
+    EXPECT_TRUE(run.err.contains(
+        QStringLiteral("away.txt: attachment ../../../dev/zero: not a file name of the pictures")))
+        << run.err.toStdString();
 }
