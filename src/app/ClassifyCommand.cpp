@@ -58,9 +58,7 @@ int ClassifyCommand::run(const QStringList& arguments, QTextStream& out, QTextSt
     UserSession session(err);
     if (!session.mayUseData(name(), err))
         return kExitError;
-    session.windows.answerer().decide = [](const QString&) {
-        return HeadlessPromptAnswerer::Answer::Close;
-    };
+    session.declineQuestions();
     MessageJudge judge(session);
     if (!judge.ready()) {
         err << "velmora classify: no database in " << session.data().folder.dataFolder()

@@ -28,9 +28,7 @@ int LearnCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     UserSession session(err);
     if (!session.mayUseData(name(), err))
         return kExitError;
-    session.windows.answerer().decide = [](const QString&) {
-        return HeadlessPromptAnswerer::Answer::Close;
-    };
+    session.declineQuestions();
     const auto app = std::make_shared<memory::MemoryApplication>();
     session.connect.OnConnection(app);
     if (session.data().DatabaseMissing != kFalse) {

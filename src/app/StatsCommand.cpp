@@ -14,9 +14,7 @@ int StatsCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     UserSession session(err);
     if (!session.mayUseData(name(), err))
         return kExitError;
-    session.windows.answerer().decide = [](const QString&) {
-        return HeadlessPromptAnswerer::Answer::Close;
-    };
+    session.declineQuestions();
     session.connect.OnConnection(std::make_shared<memory::MemoryApplication>());
     const SpamData& data = session.data();
     out << "data folder: " << data.folder.dataFolder() << '\n';

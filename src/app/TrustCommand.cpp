@@ -25,9 +25,7 @@ int TrustCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     UserSession session(err);
     if (!session.mayUseData(name(), err))
         return kExitError;
-    session.windows.answerer().decide = [](const QString&) {
-        return HeadlessPromptAnswerer::Answer::Close;
-    };
+    session.declineQuestions();
     session.connect.OnConnection(std::make_shared<memory::MemoryApplication>());
     SpamData& data = session.data();
     for (const QString& address : parser.positionalArguments())

@@ -24,6 +24,12 @@ struct UserSession {
     // False, with the reason written to `err`, when another velmora process
     // (a running watch) has the data folder: the command must end.
     bool mayUseData(const QString& command, QTextStream& err) const;
+    // For commands that never ask: every question is declined silently.
+    void declineQuestions() {
+        windows.answerer().decide = [](const QString&) {
+            return HeadlessPromptAnswerer::Answer::Close;
+        };
+    }
 
     DataFolderLock lock;
     SettingsStore settings;
