@@ -51,42 +51,67 @@ report_failure() {
   echo "fuzz.sh: full log: $log"
 }
 
-for corpus in fuzz/corpus/*/; do
-  name=$(basename "$corpus")
-  program="$build/fuzz/fuzz_$name"
-  runs="$build/fuzz-runs/$name"
+# Replays the regression inputs of program $1, then fuzzes it. Returns 1 on
+# a failure, after reporting it.
+fuzz_one() {
+  local name=$1
+  local program="$build/fuzz/fuzz_$name"
+  local runs="$build/fuzz-runs/$name"
   rm -rf "$runs"
   mkdir -p "$runs"
   if [ ! -x "$program" ]; then
     echo "fuzz.sh: fuzz/corpus/$name has no program $program" >&2
-    exit 1
+    return 1
   fi
 
   shopt -s nullglob
-  regressions=(fuzz/regressions/"$name"/*)
+  local regressions=(fuzz/regressions/"$name"/*)
   shopt -u nullglob
   if [ ${#regressions[@]} -gt 0 ]; then
     echo "fuzz.sh: fuzz_$name: replaying ${#regressions[@]} regression input(s)"
+    local input
     for input in "${regressions[@]}"; do
       if ! "$program" -artifact_prefix="$runs/" "$input" >"$runs/regressions.log" 2>&1; then
         report_failure "$name" "$runs/regressions.log" "$input"
-        exit 1
+        return 1
       fi
     done
   fi
 
   echo "fuzz.sh: fuzz_$name: fuzzing for ${seconds}s"
   mkdir -p "$scratch/$name"
-  cp "$corpus"* "$scratch/$name/"
-  options=(-max_total_time="$seconds" -timeout=25 -artifact_prefix="$runs/")
+  cp "fuzz/corpus/$name/"* "$scratch/$name/"
+  local options=(-max_total_time="$seconds" -timeout=25 -artifact_prefix="$runs/")
   if [ -f "fuzz/dict/$name.dict" ]; then
     options+=(-dict="fuzz/dict/$name.dict")
   fi
   if ! "$program" "${options[@]}" "$scratch/$name" >"$runs/fuzz.log" 2>&1; then
-    input=$(find "$runs" -maxdepth 1 -type f ! -name '*.log' | head -n 1)
-    report_failure "$name" "$runs/fuzz.log" "${input:-(none written; see the log)}"
-    exit 1
+    local found
+    found=$(find "$runs" -maxdepth 1 -type f ! -name '*.log' | head -n 1)
+    report_failure "$name" "$runs/fuzz.log" "${found:-(none written; see the log)}"
+    return 1
   fi
   grep -E '^Done [0-9]+ runs' "$runs/fuzz.log" | sed "s/^/fuzz.sh: fuzz_$name: /" || true
+}
+
+# Two programs at a time, one per core.
+names=()
+for corpus in fuzz/corpus/*/; do
+  names+=("$(basename "$corpus")")
+done
+for ((i = 0; i < ${#names[@]}; i += 2)); do
+  fuzz_one "${names[i]}" &
+  first=$!
+  second=""
+  if [ $((i + 1)) -lt ${#names[@]} ]; then
+    fuzz_one "${names[i + 1]}" &
+    second=$!
+  fi
+  failed=0
+  wait "$first" || failed=1
+  if [ -n "$second" ]; then
+    wait "$second" || failed=1
+  fi
+  [ "$failed" -eq 0 ] || exit 1
 done
 echo "fuzz.sh: no failures"
