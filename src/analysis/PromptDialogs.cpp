@@ -16,7 +16,10 @@ void HeadlessPromptAnswerer::showAddressConflict(const QString& address) {
 }
 
 void HeadlessPromptAnswerer::answerLater(const QString& prompt) {
-    const Answer given = decide ? decide(prompt) : answer;
+    answerWith(decide ? decide(prompt) : answer);
+}
+
+void HeadlessPromptAnswerer::answerWith(Answer given) {
     if (given == Answer::Never || !m_flags)
         return;
     FilterFlags* flags = m_flags;

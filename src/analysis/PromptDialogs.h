@@ -45,6 +45,9 @@ public:
         m_conflictOpen = false;
     }
     bool addressConflictOpen() const override { return m_conflictOpen; }
+    // Answers the prompt shown last, through the event loop (for answers that
+    // come later than the prompt, typed on a terminal say).
+    void answerWith(Answer given);
 
 private:
     void answerLater(const QString& prompt);
@@ -54,7 +57,8 @@ private:
 public:
     Answer answer;
     // When set, asked for each prompt (its text as recorded in `shown`) and
-    // its answer given instead of `answer`: a terminal asks the user.
+    // its answer given instead of `answer`; Never leaves the answer to a
+    // later answerWith().
     std::function<Answer(const QString& prompt)> decide;
     QStringList shown;
 };

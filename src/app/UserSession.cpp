@@ -1,6 +1,7 @@
 #include "app/UserSession.h"
 
 #include "app/StarterPictures.h"
+#include "app/TerminalQuestions.h"
 #include "base/VbError.h"
 #include "hosts/maildir/MaildirApplication.h"
 #include "settings/UserPaths.h"
@@ -8,29 +9,9 @@
 #include <QDir>
 #include <QTextStream>
 
-#include <cstdio>
-
 #include <unistd.h>
 
 namespace velmora {
-namespace {
-
-// A question on the terminal; anything but "y" declines.
-HeadlessPromptAnswerer::Answer askOnTerminal(const QString& prompt, QTextStream& err) {
-    if (prompt.startsWith(QStringLiteral("database prompt")))
-        err << "Velmora has no database yet. Build it now from your folders? [y/N] ";
-    else
-        err << "The sender " << prompt.section(u' ', 2)
-            << " is both trusted and in Junk. Keep it trusted? [y/N] ";
-    err.flush();
-    char line[64] = {};
-    if (!std::fgets(line, sizeof line, stdin))
-        return HeadlessPromptAnswerer::Answer::Close;
-    return (line[0] == 'y' || line[0] == 'Y') ? HeadlessPromptAnswerer::Answer::Accept
-                                              : HeadlessPromptAnswerer::Answer::Close;
-}
-
-} // namespace
 
 UserSession::UserSession(QTextStream& err)
     : lock(userWorkRoot()), settings(userSettingsFile()),
@@ -39,9 +20,7 @@ UserSession::UserSession(QTextStream& err)
         provideStarterPictures(DataFolder(userWorkRoot()));
     QTextStream* errors = &err;
     if (::isatty(STDIN_FILENO) && ::isatty(STDERR_FILENO)) {
-        windows.answerer().decide = [errors](const QString& prompt) {
-            return askOnTerminal(prompt, *errors);
-        };
+        m_terminal = std::make_unique<TerminalQuestions>(windows.answerer(), err);
     } else {
         windows.answerer().decide = [errors](const QString& prompt) {
             *errors << "declined (no terminal to ask): " << prompt << '\n';
@@ -49,6 +28,15 @@ UserSession::UserSession(QTextStream& err)
             return HeadlessPromptAnswerer::Answer::Close;
         };
     }
+}
+
+UserSession::~UserSession() = default;
+
+void UserSession::declineQuestions() {
+    m_terminal.reset();
+    windows.answerer().decide = [](const QString&) {
+        return HeadlessPromptAnswerer::Answer::Close;
+    };
 }
 
 bool UserSession::mayUseData(const QString& command, QTextStream& err) const {

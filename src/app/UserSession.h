@@ -20,16 +20,13 @@ class MaildirApplication;
 // terminal when there is one, and declined otherwise.
 struct UserSession {
     explicit UserSession(QTextStream& err);
+    ~UserSession();
 
     // False, with the reason written to `err`, when another velmora process
     // (a running watch) has the data folder: the command must end.
     bool mayUseData(const QString& command, QTextStream& err) const;
     // For commands that never ask: every question is declined silently.
-    void declineQuestions() {
-        windows.answerer().decide = [](const QString&) {
-            return HeadlessPromptAnswerer::Answer::Close;
-        };
-    }
+    void declineQuestions();
 
     DataFolderLock lock;
     SettingsStore settings;
@@ -37,6 +34,9 @@ struct UserSession {
     Connect connect;
 
     SpamData& data() { return connect.state().data; }
+
+private:
+    std::unique_ptr<class TerminalQuestions> m_terminal;
 };
 
 // The Maildir to use: `option` (from --maildir) when given, else the one the
