@@ -7,6 +7,8 @@
 #include "base/VbError.h"
 #include "base/VbString.h"
 
+#include <array>
+#include <cstdint>
 #include <optional>
 
 namespace velmora {
@@ -49,57 +51,91 @@ QString rawMailCandidate(const QString& word) {
 
 // Slot of each counted letter; -1 for characters that are not counted.
 // Slot 12 is never filled, and "d" and "p" share slot 11.
-constexpr int letterSlot(char16_t c) {
-    switch (c) {
-    case 'a':
-        return 1;
-    case 'e':
-        return 0;
-    case 'r':
-        return 2;
-    case 'i':
-        return 3;
-    case 'o':
-        return 4;
-    case 't':
-        return 5;
-    case 'n':
-        return 6;
-    case 's':
-        return 7;
-    case 'l':
-        return 8;
-    case 'c':
-        return 9;
-    case 'u':
-        return 10;
-    case 'd':
-        return 11;
-    case 'p':
-        return 11;
-    case 'm':
-        return 13;
-    case 'h':
-        return 14;
-    case 'g':
-        return 15;
-    default:
-        return -1;
-    }
+constexpr std::array<std::int8_t, 128> kLetterSlots = [] {
+    std::array<std::int8_t, 128> slots{};
+    slots.fill(-1);
+    const char* letters = "eariotnslcud";
+    for (int slot = 0; slot < 12; ++slot)
+        slots[static_cast<unsigned char>(letters[slot])] = static_cast<std::int8_t>(slot);
+    slots['p'] = 11;
+    slots['m'] = 13;
+    slots['h'] = 14;
+    slots['g'] = 15;
+    return slots;
+}();
+
+bool isLineBreakAt(const char16_t* s, qsizetype n, qsizetype i) {
+    return s[i] == '\r' && i + 1 < n && s[i + 1] == '\n';
 }
 
-QStringList wordsOf(const QStringList& lines) {
-    QStringList words;
-    for (const QString& line : lines) {
-        for (const QString& piece : vbSplit(line, u" ")) {
-            if (!piece.isEmpty() && piece != QStringLiteral(" "))
-                words.append(piece);
+qsizetype lineBreaksIn(QStringView text) {
+    qsizetype count = 0;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (isLineBreakAt(text.utf16(), text.size(), i)) {
+            ++count;
+            ++i;
         }
     }
-    // A text without words is analysed as one empty word.
-    if (words.isEmpty())
-        words.append(QString());
-    return words;
+    return count;
+}
+
+// The link and mail address of a text, gathered word by word. A word is what
+// lies between spaces and CR LF pairs; only the few words that can hold a link
+// or an address are copied out of the text.
+class AddressFinder {
+public:
+    void word(QStringView view, bool hasAt, bool hasDotOrColon) {
+        const bool mailLike = view.size() > 5 && hasAt;
+        if (!mailLike && !hasDotOrColon)
+            return;
+        const QString word = view.toString();
+        if (hasDotOrColon) {
+            if (const auto piece = linkCandidate(word)) {
+                QString cleaned = Cleanstring(vbLCase(*piece));
+                if (cleaned.size() > m_link.size())
+                    m_link = std::move(cleaned);
+            }
+        }
+        if (mailLike) {
+            // Intended: the last qualifying word wins, not the longest one.
+            m_mail = rawMailCandidate(word);
+            QString cleaned = Cleanstring(vbLCase(m_mail));
+            if (!cleaned.contains(QLatin1Char('@')))
+                cleaned.clear();
+            if (cleaned.size() > m_mail.size())
+                m_mail = std::move(cleaned);
+        }
+    }
+    const QString& link() const { return m_link; }
+    const QString& mail() const { return m_mail; }
+
+private:
+    QString m_link;
+    QString m_mail;
+};
+
+void findAddresses(QStringView text, AddressFinder& finder) {
+    const char16_t* s = text.utf16();
+    const qsizetype n = text.size();
+    qsizetype i = 0;
+    while (i < n) {
+        if (s[i] == ' ') {
+            ++i;
+            continue;
+        }
+        if (isLineBreakAt(s, n, i)) {
+            i += 2;
+            continue;
+        }
+        const qsizetype start = i;
+        bool hasAt = false;
+        bool hasDotOrColon = false;
+        for (; i < n && s[i] != ' ' && !isLineBreakAt(s, n, i); ++i) {
+            hasAt |= s[i] == '@';
+            hasDotOrColon |= s[i] == '.' || s[i] == ':';
+        }
+        finder.word(text.sliced(start, i - start), hasAt, hasDotOrColon);
+    }
 }
 
 } // namespace
@@ -111,36 +147,20 @@ TxtRec AnalyseText(QString& text) {
         if (text.size() < 10)
             text = QStringLiteral("too small");
 
-        const QStringList lines = vbSplit(text, kLineBreak);
-        rec.LineCount = checkedInt16(lines.size() - 1);
+        rec.LineCount = checkedInt16(lineBreaksIn(text));
 
-        QString link;
-        QString mail;
-        for (const QString& word : wordsOf(lines)) {
-            if (const auto piece = linkCandidate(word)) {
-                QString cleaned = Cleanstring(vbLCase(*piece));
-                if (cleaned.size() > link.size())
-                    link = std::move(cleaned);
-            }
-            if (word.size() > 5 && word.contains(QLatin1Char('@'))) {
-                // Intended: the last qualifying word wins, not the longest one.
-                mail = rawMailCandidate(word);
-                QString cleaned = Cleanstring(vbLCase(mail));
-                if (!cleaned.contains(QLatin1Char('@')))
-                    cleaned.clear();
-                if (cleaned.size() > mail.size())
-                    mail = std::move(cleaned);
-            }
-        }
+        AddressFinder found;
+        findAddresses(text, found);
+        QString link = found.link();
         if (link == kDoctypeHost)
             link.clear();
         rec.LinkHost = Cleanstring(link);
-        rec.MailAddr = Cleanstring(mail);
+        rec.MailAddr = Cleanstring(found.mail());
 
-        for (const QChar c : std::as_const(text)) {
-            const int slot = letterSlot(c.unicode());
-            if (slot >= 0)
-                ++rec.Counts[slot];
+        for (const QChar ch : std::as_const(text)) {
+            const char16_t c = ch.unicode();
+            if (c < kLetterSlots.size() && kLetterSlots[c] >= 0)
+                ++rec.Counts[kLetterSlots[c]];
         }
         std::int64_t sum = 0;
         for (std::int32_t count : rec.Counts)

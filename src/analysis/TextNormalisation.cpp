@@ -7,6 +7,8 @@
 #include "base/VbError.h"
 #include "base/VbString.h"
 
+#include <algorithm>
+
 namespace velmora {
 namespace {
 
@@ -34,19 +36,41 @@ QString Normalyse(const QString& text) {
 }
 
 QString ToLower(const QString& text) {
-    QString result;
-    const QStringList lines = text.split(kLineBreak.toString());
-    const qsizetype upperBound = lines.size() - 1;
-    const bool severalLines = upperBound > 0;
-    for (qsizetype i = 0; i <= upperBound; ++i) {
-        yieldToHost();
-        const QString lower = vbLCase(lines[i]);
-        if (i < upperBound && severalLines) {
-            result += lower;
-            result += kLineBreak;
+    // The copy shares the caller's data; what the host changes during the
+    // yields below does not reach the result.
+    const QString source = text;
+    const char16_t* s = reinterpret_cast<const char16_t*>(source.utf16());
+    const qsizetype n = source.size();
+
+    // One pass finds the line breaks and the first character lower-casing
+    // changes; most mail text comes back lower-cased already (learning and
+    // analysis each lower-case it), and then no copy is made.
+    qsizetype lineBreaks = 0;
+    qsizetype kept = 0; // up to and including the last line break
+    qsizetype firstChange = -1;
+    for (qsizetype i = 0; i < n; ++i) {
+        const char16_t u = s[i];
+        if (u == '\r' && i + 1 < n && s[i + 1] == '\n') {
+            ++lineBreaks;
+            kept = ++i + 1;
+        } else if (firstChange < 0 && vbLCaseUnit(u) != u) {
+            firstChange = i;
         }
     }
-    return result;
+    // The host gets a turn for every line, the dropped last one included.
+    for (qsizetype line = 0; line <= lineBreaks; ++line)
+        yieldToHost();
+
+    if (kept == 0)
+        return QString();
+    if (firstChange < 0 || firstChange >= kept)
+        return kept == n ? source : source.left(kept);
+    QString lower(kept, Qt::Uninitialized);
+    char16_t* out = reinterpret_cast<char16_t*>(lower.data());
+    std::copy(s, s + firstChange, out);
+    for (qsizetype i = firstChange; i < kept; ++i)
+        out[i] = vbLCaseUnit(s[i]);
+    return lower;
 }
 
 } // namespace velmora

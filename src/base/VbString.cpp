@@ -14,18 +14,16 @@ QString vbLCase(QStringView text) {
     QString out(text.size(), Qt::Uninitialized);
     char16_t* dst = reinterpret_cast<char16_t*>(out.data());
     const char16_t* src = text.utf16();
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const char16_t u = src[i];
-        if (u < 0x80)
-            dst[i] = (u >= 'A' && u <= 'Z') ? char16_t(u + 32) : u;
-        else if (QChar::isSurrogate(u))
-            dst[i] = u;
-        else {
-            const char32_t lower = QChar::toLower(char32_t(u));
-            dst[i] = lower <= 0xFFFF ? static_cast<char16_t>(lower) : u;
-        }
-    }
+    for (qsizetype i = 0; i < text.size(); ++i)
+        dst[i] = vbLCaseUnit(src[i]);
     return out;
+}
+
+char16_t detail::vbLCaseNonAscii(char16_t u) {
+    if (QChar::isSurrogate(u))
+        return u;
+    const char32_t lower = QChar::toLower(char32_t(u));
+    return lower <= 0xFFFF ? static_cast<char16_t>(lower) : u;
 }
 
 QString vbTrim(const QString& text) {

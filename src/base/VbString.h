@@ -17,6 +17,17 @@ QStringList vbSplit(const QString& text, QStringView separator);
 // Lower-cases code unit by code unit, so the length never changes.
 QString vbLCase(QStringView text);
 
+namespace detail {
+char16_t vbLCaseNonAscii(char16_t u);
+}
+
+// One code unit as vbLCase lower-cases it; surrogates stay as they are.
+inline char16_t vbLCaseUnit(char16_t u) {
+    if (u < 0x80)
+        return (u >= 'A' && u <= 'Z') ? char16_t(u + 32) : u;
+    return detail::vbLCaseNonAscii(u);
+}
+
 // Removes leading and trailing blanks (spaces only; tabs stay).
 QString vbTrim(const QString& text);
 

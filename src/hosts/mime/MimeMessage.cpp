@@ -1,9 +1,9 @@
 // The one place that talks to GMime.
 #include "hosts/mime/MimeMessage.h"
 
-#include <gmime/gmime.h>
+#include "hosts/mime/LineEnds.h"
 
-#include <QRegularExpression>
+#include <gmime/gmime.h>
 
 #include <memory>
 #include <mutex>
@@ -32,13 +32,6 @@ using GString = std::unique_ptr<char, GFree>;
 
 QString fromUtf8(const char* text) {
     return text ? QString::fromUtf8(text) : QString();
-}
-
-QString withCrLf(QString text) {
-    text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-    text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
-    text.replace(QLatin1Char('\n'), QStringLiteral("\r\n"));
-    return text;
 }
 
 // The part's content, decoded from its transfer encoding; what could be
@@ -240,28 +233,6 @@ QByteArray withSubject(QByteArrayView raw, const QString& subject) {
         at = next;
     }
     return message.left(headerEnd) + newHeader + message.mid(headerEnd);
-}
-
-QString htmlToText(const QString& html) {
-    QString text = html;
-    static const QRegularExpression hidden(
-        QStringLiteral("<(script|style|head)\\b[^>]*>.*?</\\1\\s*>"),
-        QRegularExpression::CaseInsensitiveOption | QRegularExpression::DotMatchesEverythingOption);
-    static const QRegularExpression breaks(QStringLiteral("<(br|/p|/div|/tr|/li|/h[1-6])\\b[^>]*>"),
-                                           QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression tags(QStringLiteral("<[^>]*>"));
-    static const QRegularExpression spaces(QStringLiteral("[ \\t\\r\\n]+"));
-    text.remove(hidden);
-    text.replace(spaces, QStringLiteral(" "));
-    text.replace(breaks, QStringLiteral("\n"));
-    text.remove(tags);
-    static const std::pair<const char*, const char*> kEntities[] = {
-        {"&nbsp;", " "},  {"&lt;", "<"},  {"&gt;", ">"},
-        {"&quot;", "\""}, {"&#39;", "'"}, {"&amp;", "&"},
-    };
-    for (const auto& [entity, character] : kEntities)
-        text.replace(QLatin1String(entity), QLatin1String(character), Qt::CaseInsensitive);
-    return withCrLf(text.trimmed());
 }
 
 } // namespace velmora::mime
