@@ -1,0 +1,90 @@
+#pragma once
+
+#include "addin/host/HostFolder.h"
+#include "addin/host/PositionalWalks.h"
+#include "hosts/imap/FolderSnapshot.h"
+
+#include <QList>
+#include <QString>
+
+#include <memory>
+
+namespace velmora::imap {
+
+class ImapApplication;
+class ImapFolder;
+
+// A folder's messages in UID order, which is the order they arrived in.
+class ImapItems final : public HostItems {
+public:
+    explicit ImapItems(ImapFolder& folder) : m_folder(folder) {}
+
+    // For a folder nobody watches, the count asks the server first.
+    int Count() const override;
+    // The message at `index` (from 1), fetched whole from the server unless
+    // a handle on it is still alive. Throws VbError when out of range or
+    // when it cannot be fetched.
+    MailItemRef Item(int index) const override;
+    std::unique_ptr<ItemWalk> newWalk() override { return m_walks.newWalk(); }
+
+    void removedAt(qsizetype at) { m_walks.removed(at); }
+
+private:
+    qsizetype listed() const; // without asking the server
+
+    ImapFolder& m_folder;
+    PositionalWalks m_walks{[this] { return listed(); },
+                            [this](qsizetype at) { return Item(int(at) + 1); }};
+};
+
+// One folder (mailbox) on the server. It keeps the folder as last seen (the
+// snapshot): kept up to date by the folder's watcher where it has one, read
+// on demand where not.
+class ImapFolder final : public HostFolder {
+public:
+    // `serverName` is the mailbox's full name as the server lists it; empty
+    // for the store (the account itself).
+    ImapFolder(ImapApplication& application, QString serverName, QString name, bool selectable);
+
+    QString Name() const override { return m_name; }
+    int Class() const override { return kFolderClass; }
+    QString EntryID() const override { return QStringLiteral("imap-folder:") + m_serverName; }
+    FolderItemType defaultItemType() const override { return FolderItemType::Mail; }
+    HostItems& Items() override { return m_items; }
+    QList<FolderRef> Folders() const override;
+
+    const QString& serverName() const { return m_serverName; }
+    bool selectable() const { return m_selectable; }
+    ImapApplication& application() const { return m_application; }
+    void addSubfolder(const std::shared_ptr<ImapFolder>& folder) { m_subfolders.append(folder); }
+
+    // A watcher keeps the snapshot current; otherwise it is read again from
+    // the server whenever the add-in counts the folder's items.
+    bool watched() const { return m_watched; }
+    void setWatched(bool watched) { m_watched = watched; }
+    const FolderSnapshot& snapshot() const { return m_snapshot; }
+    // A new baseline: the list replaced without telling walks (a new
+    // UIDVALIDITY, or the first look at an unwatched folder).
+    void resetSnapshot(FolderSnapshot snapshot);
+    void setModSeq(quint64 highestModSeq);
+    void addMessage(quint32 uid, const FolderSnapshot::Message& message);
+    // Returns false when the UID was not listed.
+    bool removeMessage(quint32 uid);
+    void setFlags(quint32 uid, const QByteArrayList& flags);
+    // True when the folder changed since it was last saved.
+    bool dirty() const { return m_dirty; }
+    void markSaved() { m_dirty = false; }
+
+private:
+    ImapApplication& m_application;
+    QString m_serverName;
+    QString m_name;
+    bool m_selectable;
+    bool m_watched = false;
+    bool m_dirty = false;
+    FolderSnapshot m_snapshot;
+    ImapItems m_items{*this};
+    QList<std::shared_ptr<ImapFolder>> m_subfolders;
+};
+
+} // namespace velmora::imap

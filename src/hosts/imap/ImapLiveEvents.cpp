@@ -1,0 +1,335 @@
+#include "hosts/imap/ImapLiveEvents.h"
+
+#include "addin/host/EntryIdCollection.h"
+#include "base/VbError.h"
+#include "hosts/events/MonotonicClock.h"
+#include "hosts/imap/ImapApplication.h"
+#include "hosts/imap/ImapItem.h"
+
+#include <QEventLoop>
+#include <QSet>
+
+namespace velmora::imap {
+
+namespace {
+
+// The halves of a move reach two IDLE sessions, each batched by the server
+// (Dovecot waits half a second), and each needs a round trip or two before
+// its sighting is known: a second and a half pairs them on a slow link. A
+// pause of 40 ms ends a user's action.
+constexpr events::EventCorrelator<int>::Timing kTiming{1500, 40};
+// A fetch that never ends holds back every event; after this long the
+// events go out without it.
+constexpr qint64 kLoadingGivesUpMs = 180'000;
+
+struct Raising {
+    explicit Raising(bool& flag) : m_flag(flag) { m_flag = true; }
+    ~Raising() { m_flag = false; }
+    bool& m_flag;
+};
+
+} // namespace
+
+ImapLiveEvents::ImapLiveEvents(ImapApplication& app, Log log)
+    : m_app(app), m_log(std::move(log)),
+      m_correlator({kTiming.pairWindowMs, kTiming.quietMs},
+                   {[this](const QList<Correlator::Move>& moves) { raiseMoves(moves); },
+                    [this](const QList<Seen>& seen) { raiseArrivals(seen); },
+                    [this](const QList<Seen>& seen) { raiseRemovals(seen); }}) {
+    if (m_log)
+        m_app.setLog(m_log);
+    m_timer.setSingleShot(true);
+    connect(&m_timer, &QTimer::timeout, this, [this] { settle(events::monotonicMs()); });
+    connect(&m_sentTimer, &QTimer::timeout, this, [this] { pollSent(); });
+
+    QList<ImapFolder*> watched;
+    for (ImapFolder* folder : {&m_app.inbox(), &m_app.junk(), &m_app.trash(), &m_app.sent()}) {
+        if (watched.contains(folder))
+            continue;
+        watched.append(folder);
+        QString error;
+        FolderSnapshot snapshot = FolderSnapshot::load(m_app.snapshotPath(*folder), &error);
+        if (!error.isEmpty())
+            this->log(error + QStringLiteral(": starting a new baseline for ") + folder->Name());
+        folder->resetSnapshot(snapshot);
+        folder->markSaved();
+        folder->setWatched(true);
+    }
+    ImapFolderWatch::Listener listener;
+    listener.appeared = [this](ImapFolder& f, const QList<FetchedMessage>& keys) {
+        return appeared(f, keys);
+    };
+    listener.vanished = [this](ImapFolder& f, const ImapFolderWatch::Vanished& gone) {
+        vanished(f, gone);
+    };
+    listener.fetched = [this](ImapFolder& f, const QList<FetchedMessage>& messages) {
+        fetched(f, messages);
+    };
+    listener.notFetched = [this](ImapFolder& f, const UidSet& uids, const QString& why,
+                                 bool again) { notFetched(f, uids, why, again); };
+    listener.caughtUp = [this](ImapFolder& f) { caughtUp(f); };
+    listener.log = [this](const QString& line) { this->log(line); };
+    for (ImapFolder* folder : watched) {
+        if (folder == &m_app.sent())
+            continue; // asked with STATUS instead
+        m_watches.push_back(std::make_unique<ImapFolderWatch>(m_app.account(), *folder, listener));
+    }
+    for (const auto& watch : m_watches)
+        watch->start();
+    m_sentTimer.start(qMax(1000, m_app.account().sentPollMs));
+}
+
+ImapLiveEvents::~ImapLiveEvents() {
+    m_watches.clear();
+}
+
+void ImapLiveEvents::log(const QString& line) const {
+    if (m_log)
+        m_log(line);
+}
+
+bool ImapLiveEvents::waitUntilWatching(int timeoutMs) {
+    const auto allCaughtUp = [this] {
+        for (const auto& watch : m_watches)
+            if (!watch->caughtUp())
+                return false;
+        return true;
+    };
+    QEventLoop loop;
+    QTimer tick;
+    connect(&tick, &QTimer::timeout, &loop, [&] {
+        if (allCaughtUp())
+            loop.quit();
+    });
+    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
+    tick.start(10);
+    if (!allCaughtUp())
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    return allCaughtUp();
+}
+
+void ImapLiveEvents::flush() {
+    if (m_loading == 0)
+        settle(events::monotonicMs() + 3'600'000);
+}
+
+QList<quint32> ImapLiveEvents::appeared(ImapFolder& folder, const QList<FetchedMessage>& keys) {
+    const qint64 now = events::monotonicMs();
+    QList<quint32> wanted;
+    for (const FetchedMessage& message : keys) {
+        if (m_app.ownActions().consume(folder.serverName(), messageKey(message),
+                                       OwnActionLog::Appears, now))
+            continue; // the host's own move or rewrite
+        wanted.append(message.uid);
+    }
+    m_loading += int(wanted.size());
+    return wanted;
+}
+
+void ImapLiveEvents::vanished(ImapFolder& folder, const ImapFolderWatch::Vanished& gone) {
+    const qint64 now = events::monotonicMs();
+    for (const auto& [uid, message] : gone) {
+        if (m_app.ownActions().consume(folder.serverName(), message.key, OwnActionLog::Disappears,
+                                       now))
+            continue;
+        m_app.forget(folder, uid);
+        m_correlator.vanish({folder.serverName(), message.key, {}, nullptr}, now);
+    }
+    schedule(0);
+}
+
+void ImapLiveEvents::fetched(ImapFolder& folder, const QList<FetchedMessage>& messages) {
+    const qint64 now = events::monotonicMs();
+    for (const FetchedMessage& message : messages) {
+        --m_loading;
+        // Gone again while it was fetched: its vanishing is what counts.
+        if (!folder.snapshot().messages.contains(message.uid))
+            continue;
+        const auto item = m_app.adopt(folder, message);
+        const QString key = folder.snapshot().messages.value(message.uid).key;
+        m_correlator.arrival({folder.serverName(), key, {}, item}, now);
+    }
+    schedule(0);
+}
+
+void ImapLiveEvents::notFetched(ImapFolder& folder, const UidSet& uids, const QString& why,
+                                bool again) {
+    m_loading -= int(uids.size());
+    if (!again)
+        log(QStringLiteral("%1: message UID %2 could not be fetched (%3); it stays on the server "
+                           "as it is, not judged")
+                .arg(folder.Name(), QString::fromLatin1(uids.toImap()), why));
+    schedule(0);
+}
+
+void ImapLiveEvents::caughtUp(ImapFolder& folder) {
+    log(QStringLiteral("%1: watched (%2)")
+            .arg(folder.Name(),
+                 m_app.qresync() ? QStringLiteral("IDLE, QRESYNC") : QStringLiteral("IDLE")));
+    for (const auto& watch : m_watches)
+        if (!watch->caughtUp())
+            return;
+    if (m_replayOver)
+        return;
+    m_replayOver = true;
+    // What the last run left undone has been seen by now, or never will be.
+    QTimer::singleShot(kTiming.pairWindowMs * 2, this, [this] { m_app.ownActions().endReplay(); });
+    QTimer::singleShot(0, this, [this] { pollSent(); });
+}
+
+void ImapLiveEvents::schedule(qint64 waitMs) {
+    if (waitMs < 0)
+        return;
+    if (!m_timer.isActive() || m_timer.remainingTime() > waitMs)
+        m_timer.start(int(waitMs));
+}
+
+void ImapLiveEvents::settle(qint64 now) {
+    static qint64 loadingSince = 0;
+    if (m_loading > 0 && loadingSince == 0)
+        loadingSince = now;
+    if (m_loading <= 0)
+        loadingSince = 0;
+    if (m_loading > 0 && now - loadingSince > kLoadingGivesUpMs) {
+        log(QStringLiteral("%1 messages still not fetched after %2 s; going on without them")
+                .arg(m_loading)
+                .arg(kLoadingGivesUpMs / 1000));
+        m_loading = 0;
+        loadingSince = 0;
+    }
+    // Handlers yield to the event loop, and the add-in's own commands wait
+    // on it: what falls due meanwhile waits until they are done, and until
+    // every message seen is fetched (its sighting may pair with one
+    // already waiting).
+    if (m_raising || m_app.busy() || m_loading > 0) {
+        schedule(20);
+        return;
+    }
+    qint64 next = -1;
+    {
+        Raising raising(m_raising);
+        next = m_correlator.settle(now);
+    }
+    if (m_correlator.idle())
+        persistAll();
+    schedule(next);
+}
+
+void ImapLiveEvents::persistAll() {
+    for (const auto& watch : m_watches)
+        m_app.persist(watch->folder());
+    if (const QString error = m_app.ownActions().save(); !error.isEmpty())
+        log(error);
+}
+
+void ImapLiveEvents::raiseMoves(const QList<Correlator::Move>& moves) {
+    // A message moved and moved back within one action is two actions: its
+    // selection cannot hold it in two places.
+    QList<Correlator::Move> action;
+    QSet<QString> keys;
+    for (const auto& move : moves) {
+        if (keys.contains(move.to.key)) {
+            raiseMoveAction(action);
+            action.clear();
+            keys.clear();
+        }
+        keys.insert(move.to.key);
+        action.append(move);
+    }
+    raiseMoveAction(action);
+}
+
+void ImapLiveEvents::raiseMoveAction(const QList<Correlator::Move>& moves) {
+    if (moves.isEmpty())
+        return;
+    QList<MailItemRef> selection;
+    QStringList subjects;
+    for (const auto& move : moves) {
+        selection.append(move.to.payload);
+        subjects.append(move.to.payload->subject());
+    }
+    memory::MemoryExplorer& explorer = m_app.explorer();
+    explorer.setSelection(selection);
+    explorer.BeforeMove.raise();
+    const auto from = m_app.folderByName(moves.first().from.folder);
+    const auto to = m_app.folderByName(moves.first().to.folder);
+    log(QStringLiteral("moved by the user: %1 -> %2: %3")
+            .arg(from ? from->Name() : moves.first().from.folder,
+                 to ? to->Name() : moves.first().to.folder, subjects.join(QStringLiteral("; "))));
+    for (const auto& move : moves) {
+        if (const auto source = m_app.folderByName(move.from.folder))
+            source->Items().ItemRemove.raise();
+        if (const auto target = m_app.folderByName(move.to.folder))
+            target->Items().ItemAdd.raise(move.to.payload);
+    }
+    explorer.setSelection({});
+}
+
+void ImapLiveEvents::raiseArrivals(const QList<Seen>& seen) {
+    QStringList newMail;
+    for (const Seen& s : seen) {
+        const auto folder = m_app.folderByName(s.folder);
+        // Gone again meanwhile (deleted, or moved where nobody watches):
+        // there is nothing left to judge.
+        if (!folder || &s.payload->folder() != folder.get() ||
+            !folder->snapshot().messages.contains(s.payload->uid()))
+            continue;
+        if (folder.get() == &m_app.inbox()) {
+            folder->Items().ItemAdd.raise(s.payload);
+            newMail.append(s.payload->EntryID());
+        } else {
+            // Anywhere else a message that came from nowhere is a copy (or a
+            // server-side filter's delivery), raised as a copy is.
+            log(QStringLiteral("copied into %1: %2").arg(folder->Name(), s.payload->subject()));
+            memory::MemoryExplorer& explorer = m_app.explorer();
+            explorer.setSelection({s.payload});
+            explorer.BeforeItemCopy.raise();
+            explorer.BeforeItemPaste.raise(folder);
+            folder->Items().ItemAdd.raise(s.payload);
+            explorer.setSelection({});
+        }
+    }
+    if (!newMail.isEmpty())
+        m_app.NewMailEx.raise(entryIdCollection(newMail));
+}
+
+void ImapLiveEvents::raiseRemovals(const QList<Seen>& seen) {
+    for (const Seen& s : seen) {
+        if (const auto folder = m_app.folderByName(s.folder)) {
+            log(QStringLiteral("gone from %1 (deleted, or moved to a folder not watched)")
+                    .arg(folder->Name()));
+            folder->Items().ItemRemove.raise();
+        }
+    }
+}
+
+void ImapLiveEvents::pollSent() {
+    // Never inside another command's wait or another event.
+    if (m_raising || m_app.busy())
+        return;
+    ImapFolder& sent = m_app.sent();
+    try {
+        const MailboxStatus status = m_app.status(sent);
+        if (status.uidNext == m_sentUidNext && status.messages == m_sentCount &&
+            status.uidValidity == sent.snapshot().uidValidity)
+            return;
+        const UidSet fresh = m_app.readFolder(sent);
+        m_sentUidNext = status.uidNext;
+        m_sentCount = status.messages;
+        Raising raising(m_raising);
+        for (const quint32 uid : fresh.toList()) {
+            try {
+                const auto item = m_app.itemAt(sent, uid);
+                sent.Items().ItemAdd.raise(item);
+                m_app.ItemSend.raise(item);
+            } catch (const VbError& error) {
+                log(error.description());
+            }
+        }
+    } catch (const VbError& error) {
+        log(error.description());
+    }
+    m_app.persist(sent);
+}
+
+} // namespace velmora::imap
