@@ -4,7 +4,7 @@
 # on loopback. Skips what is already present. Run as root (or with sudo).
 set -euo pipefail
 
-packages=(dovecot-core dovecot-imapd python3 util-linux)
+packages=(dovecot-core dovecot-imapd python3 util-linux openssl)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 
+#include "app/AccountCommand.h"
 #include "app/BuildCommand.h"
 #include "app/ClassifyCommand.h"
 #include "app/DemoCommand.h"
@@ -21,6 +22,7 @@ namespace {
 std::vector<std::unique_ptr<Command>> allCommands() {
     std::vector<std::unique_ptr<Command>> commands;
     commands.push_back(std::make_unique<WatchCommand>());
+    commands.push_back(std::make_unique<AccountCommand>());
     commands.push_back(std::make_unique<BuildCommand>());
     commands.push_back(std::make_unique<SweepCommand>());
     commands.push_back(std::make_unique<ClassifyCommand>());

@@ -2,6 +2,8 @@
 
 #include "app/CommandOptions.h"
 #include "app/DataFolderLock.h"
+#include "app/ImapAccountSettings.h"
+#include "app/ImapWatchSession.h"
 #include "app/QuitSignals.h"
 #include "app/StarterPictures.h"
 #include "app/UserSession.h"
@@ -16,6 +18,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QTimer>
 
 namespace velmora {
@@ -58,12 +61,60 @@ int watchUntilStopped(Connect& connect, SettingsStore& settings, const QString& 
     return kExitOk;
 }
 
+// How long the watchers may take to replay what happened since the last run
+// before the watch reports itself as running anyway.
+constexpr int kCatchUpMs = 120'000;
+
+// Runs the filter on an IMAP account until SIGINT or SIGTERM (or
+// --stop-after).
+int watchImapUntilStopped(Connect& connect, const ImapAccountChoice& choice,
+                          double stopAfterSeconds, bool trayMenu, QTextStream& out,
+                          QTextStream& err) {
+    QString problem;
+    const auto account = imapAccountFrom(choice, &problem);
+    if (!account) {
+        err << "velmora watch: " << problem << '\n';
+        return kExitError;
+    }
+    QuitSignals quitSignals([&](int) { QCoreApplication::quit(); });
+    const auto log = [&out](const QString& line) {
+        out << QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss.zzz ")) << line
+            << '\n';
+        out.flush();
+    };
+    try {
+        const auto app = std::make_shared<imap::ImapApplication>(*account, log);
+        ImapWatchSession watch(connect, app, out);
+        std::unique_ptr<TrayMenu> tray;
+        if (trayMenu)
+            tray = std::make_unique<TrayMenu>(app->explorer().memoryCommandBars().standard());
+        if (!watch.waitUntilWatching(kCatchUpMs))
+            out << "not every folder is watched yet; going on\n";
+        out << "watching " << account->name() << " (Inbox, Junk: " << app->junk().Name()
+            << ", Sent: " << app->sent().Name() << ", Trash: " << app->trash().Name()
+            << "; extensions: " << app->extensionsInUse().join(QStringLiteral(" "))
+            << "); the filter knows " << watch.knowledge() << '\n';
+        out.flush();
+        if (stopAfterSeconds >= 0)
+            QTimer::singleShot(int(stopAfterSeconds * 1000), QCoreApplication::instance(),
+                               &QCoreApplication::quit);
+        QCoreApplication::exec();
+        watch.flush();
+        out << "stopped\n";
+    } catch (const VbError& error) {
+        err << "velmora watch: " << error.description() << '\n';
+        return kExitError;
+    }
+    return kExitOk;
+}
+
 } // namespace
 
 int WatchCommand::run(const QStringList& arguments, QTextStream& out, QTextStream& err) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Filters the Maildir live: new mail in the Inbox is judged as it arrives (spam goes to "
+        "Filters the Maildir (or, with --imap or an account added by velmora account add, an "
+        "IMAP account) live: new mail in the Inbox is judged as it arrives (spam goes to "
         "Junk with its score in the subject), and moves made in any mail client teach the "
         "filter. With a display, the menu is in the system tray and questions come as windows; "
         "without one, questions are asked on the terminal (or declined and logged). Ends on "
@@ -77,8 +128,17 @@ int WatchCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
         QStringLiteral("headless"),
         QStringLiteral("No tray menu or windows, even with a display."));
     parser.addOptions({maildir, stopAfter, headless});
+    const ImapOptions imapOptions;
+    imapOptions.addTo(parser);
     if (const auto code = parseOptions(parser, QStringLiteral("watch"), arguments, out, err))
         return *code;
+    // An account named on the command line, or saved by `velmora account
+    // add`, is watched unless a Maildir is asked for.
+    const auto imapChoice = [&](const SettingsStore& settings) {
+        if (parser.isSet(maildir))
+            return ImapAccountChoice();
+        return imapOptions.chosen(parser, savedImapAccount(settings));
+    };
     const double stopAfterSeconds =
         parser.isSet(stopAfter) ? parser.value(stopAfter).toDouble() : -1;
 
@@ -98,12 +158,16 @@ int WatchCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
         provideStarterPictures(DataFolder(userWorkRoot()));
         WidgetAddinWindows windows;
         Connect connect(DataFolder(userWorkRoot()), settings, windows);
+        if (const ImapAccountChoice choice = imapChoice(settings); choice.isSet())
+            return watchImapUntilStopped(connect, choice, stopAfterSeconds, true, out, err);
         return watchUntilStopped(connect, settings, parser.value(maildir), stopAfterSeconds, true,
                                  out, err);
     }
     UserSession session(err);
     if (!session.mayUseData(name(), err))
         return kExitError;
+    if (const ImapAccountChoice choice = imapChoice(session.settings); choice.isSet())
+        return watchImapUntilStopped(session.connect, choice, stopAfterSeconds, false, out, err);
     return watchUntilStopped(session.connect, session.settings, parser.value(maildir),
                              stopAfterSeconds, false, out, err);
 }

@@ -1,0 +1,150 @@
+#include "app/ImapAccountSettings.h"
+
+#include "settings/UserPaths.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QUrl>
+
+namespace velmora {
+
+namespace {
+
+const QString kSection = QStringLiteral("Imap");
+
+QString saved(const SettingsStore& settings, const char* key) {
+    return settings.appSetting(kSection, QLatin1StringView(key)).trimmed();
+}
+
+} // namespace
+
+ImapAccountChoice ImapOptions::chosen(const QCommandLineParser& parser,
+                                      const ImapAccountChoice& saved) const {
+    ImapAccountChoice choice = saved;
+    if (parser.isSet(imap)) {
+        // Another account than the saved one: its folders are found anew.
+        choice = ImapAccountChoice();
+        choice.url = parser.value(imap);
+        choice.passwordFile = saved.url == choice.url ? saved.passwordFile : QString();
+    }
+    if (parser.isSet(passwordFile))
+        choice.passwordFile = parser.value(passwordFile);
+    if (parser.isSet(caFile))
+        choice.caFile = parser.value(caFile);
+    if (parser.isSet(auth))
+        choice.auth = parser.value(auth);
+    return choice;
+}
+
+ImapAccountChoice savedImapAccount(const SettingsStore& settings) {
+    return {saved(settings, "Url"),  saved(settings, "PasswordFile"), saved(settings, "CaFile"),
+            saved(settings, "Auth"), saved(settings, "Junk"),         saved(settings, "Sent"),
+            saved(settings, "Trash")};
+}
+
+void saveImapAccount(SettingsStore& settings, const ImapAccountChoice& choice) {
+    settings.saveAppSetting(kSection, QStringLiteral("Url"), choice.url);
+    settings.saveAppSetting(kSection, QStringLiteral("PasswordFile"),
+                            choice.passwordFile.isEmpty()
+                                ? QString()
+                                : QFileInfo(choice.passwordFile).absoluteFilePath());
+    settings.saveAppSetting(kSection, QStringLiteral("CaFile"),
+                            choice.caFile.isEmpty() ? QString()
+                                                    : QFileInfo(choice.caFile).absoluteFilePath());
+    settings.saveAppSetting(kSection, QStringLiteral("Auth"), choice.auth);
+    settings.saveAppSetting(kSection, QStringLiteral("Junk"), choice.junk);
+    settings.saveAppSetting(kSection, QStringLiteral("Sent"), choice.sent);
+    settings.saveAppSetting(kSection, QStringLiteral("Trash"), choice.trash);
+}
+
+void removeImapAccount(SettingsStore& settings) {
+    saveImapAccount(settings, ImapAccountChoice());
+}
+
+std::optional<QString> readSecretFile(const QString& path, QString* error) {
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        *error = path + QStringLiteral(": no such file");
+        return std::nullopt;
+    }
+    const QFile::Permissions others =
+        QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+    if (info.permissions() & others) {
+        *error = QStringLiteral("%1: others may read it; a password file must be readable by "
+                                "you alone (chmod 600 %1)")
+                     .arg(path);
+        return std::nullopt;
+    }
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = path + QStringLiteral(": ") + file.errorString();
+        return std::nullopt;
+    }
+    QString secret = QString::fromUtf8(file.readAll());
+    while (secret.endsWith(u'\n') || secret.endsWith(u'\r'))
+        secret.chop(1);
+    if (secret.isEmpty()) {
+        *error = path + QStringLiteral(": the file is empty");
+        return std::nullopt;
+    }
+    return secret;
+}
+
+std::optional<imap::ImapAccount> imapAccountFrom(const ImapAccountChoice& choice, QString* error) {
+    const QUrl url(choice.url, QUrl::StrictMode);
+    imap::ImapAccount account;
+    if (!url.isValid() || url.host().isEmpty() ||
+        (url.scheme() != QStringLiteral("imaps") && url.scheme() != QStringLiteral("imap"))) {
+        *error = QStringLiteral("%1: not an IMAP account; write imaps://user@host[:port] (TLS) "
+                                "or imap://user@host[:port] (STARTTLS)")
+                     .arg(choice.url);
+        return std::nullopt;
+    }
+    if (url.userName().isEmpty()) {
+        *error = choice.url + QStringLiteral(": no user name (imaps://user@host)");
+        return std::nullopt;
+    }
+    if (!url.password().isEmpty()) {
+        *error = QStringLiteral("a password in the URL is not taken: it would show in the list "
+                                "of processes; put it in a file readable by you alone and name "
+                                "it with --password-file");
+        return std::nullopt;
+    }
+    account.endpoint.host = url.host();
+    account.endpoint.security = url.scheme() == QStringLiteral("imaps")
+                                    ? imap::ImapEndpoint::Security::ImplicitTls
+                                    : imap::ImapEndpoint::Security::StartTls;
+    if (url.port() > 0)
+        account.endpoint.port = quint16(url.port());
+    account.endpoint.caFile = choice.caFile;
+    account.credentials.user = url.userName();
+    const QString auth = choice.auth.toLower();
+    if (auth == QStringLiteral("xoauth2"))
+        account.credentials.method = imap::ImapCredentials::Method::XOAuth2;
+    else if (auth == QStringLiteral("oauthbearer"))
+        account.credentials.method = imap::ImapCredentials::Method::OAuthBearer;
+    else if (!auth.isEmpty() && auth != QStringLiteral("password")) {
+        *error = choice.auth + QStringLiteral(": not a way to log in (password, xoauth2, "
+                                              "oauthbearer)");
+        return std::nullopt;
+    }
+    if (choice.passwordFile.isEmpty()) {
+        *error = QStringLiteral("no password: name a file readable by you alone that holds it, "
+                                "with --password-file");
+        return std::nullopt;
+    }
+    const auto secret = readSecretFile(choice.passwordFile, error);
+    if (!secret)
+        return std::nullopt;
+    account.credentials.secret = *secret;
+    account.folders = {choice.junk, choice.sent, choice.trash};
+    account.stateDirectory = imapStateDirectory(account);
+    return account;
+}
+
+QString imapStateDirectory(const imap::ImapAccount& account) {
+    return userWorkRoot() + QStringLiteral("imap/") +
+           QString::fromLatin1(account.name().toUtf8().toPercentEncoding("@"));
+}
+
+} // namespace velmora

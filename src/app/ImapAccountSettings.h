@@ -1,0 +1,75 @@
+#pragma once
+
+#include "hosts/imap/ImapAccount.h"
+#include "settings/SettingsStore.h"
+
+#include <QCommandLineOption>
+#include <QCommandLineParser>
+#include <QString>
+
+#include <optional>
+
+namespace velmora {
+
+// An IMAP account as the user names it: on the command line
+// (--imap imaps://user@host[:port], --password-file, --ca-file, --auth) or in
+// the settings file's section "Imap" (Url, PasswordFile, CaFile, Auth, Junk,
+// Sent, Trash), where `velmora account add` puts it. The password itself
+// never appears in either: it is read from a file only its owner can read.
+struct ImapAccountChoice {
+    QString url;          // imaps://user@host[:port] (TLS) or imap://… (STARTTLS)
+    QString passwordFile; // holds the password, an app password or an access token
+    QString caFile;       // a CA trusted beside the system's; may be empty
+    QString auth;         // "password" (default), "xoauth2" or "oauthbearer"
+    QString junk, sent, trash;
+
+    bool isSet() const { return !url.isEmpty(); }
+};
+
+// The options every command that reaches an account takes.
+struct ImapOptions {
+    QCommandLineOption imap{QStringLiteral("imap"),
+                            QStringLiteral("The IMAP account: imaps://user@host[:port] (TLS, port "
+                                           "993) or imap://user@host[:port] (STARTTLS, port 143)."),
+                            QStringLiteral("url")};
+    QCommandLineOption passwordFile{
+        QStringLiteral("password-file"),
+        QStringLiteral("A file readable by you alone that holds the password (or app password, "
+                       "or OAuth access token)."),
+        QStringLiteral("file")};
+    QCommandLineOption caFile{
+        QStringLiteral("ca-file"),
+        QStringLiteral("A certificate authority (PEM) trusted beside the system's, for a server "
+                       "with a private CA."),
+        QStringLiteral("file")};
+    QCommandLineOption auth{QStringLiteral("auth"),
+                            QStringLiteral("How to log in: password (default), xoauth2 or "
+                                           "oauthbearer (the file then holds an access token)."),
+                            QStringLiteral("method")};
+
+    void addTo(QCommandLineParser& parser) const {
+        parser.addOptions({imap, passwordFile, caFile, auth});
+    }
+    // What the command line says, the rest from `saved`.
+    ImapAccountChoice chosen(const QCommandLineParser& parser,
+                             const ImapAccountChoice& saved) const;
+};
+
+ImapAccountChoice savedImapAccount(const SettingsStore& settings);
+void saveImapAccount(SettingsStore& settings, const ImapAccountChoice& choice);
+void removeImapAccount(SettingsStore& settings);
+
+// The account to connect to, or nothing with the reason in `error`: a URL
+// that is not imap:// or imaps://, no user, a password file that is missing,
+// empty, or readable by others.
+std::optional<imap::ImapAccount> imapAccountFrom(const ImapAccountChoice& choice, QString* error);
+
+// The secret in `path`, its trailing line break dropped. Refuses a file that
+// its group or others may read or write, since a password shared that way is
+// no longer the user's alone.
+std::optional<QString> readSecretFile(const QString& path, QString* error);
+
+// Where the host keeps its snapshots for this account.
+QString imapStateDirectory(const imap::ImapAccount& account);
+
+} // namespace velmora

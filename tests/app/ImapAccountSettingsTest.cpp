@@ -1,0 +1,68 @@
+// An IMAP account as the user names it: the password only ever from a file
+// of the user's own, never from the URL.
+#include "app/ImapAccountSettings.h"
+
+#include "support/TestSupport.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+using namespace velmora;
+
+TEST(ImapAccountSettings, PasswordOnlyFromAPrivateFileAndUrlsReadStrictly) {
+    QTemporaryDir dir;
+    const QString secret = dir.filePath(QStringLiteral("password"));
+    {
+        QFile file(secret);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("s3cret pass\r\n");
+    }
+    QString error;
+    QFile::setPermissions(secret, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup);
+    EXPECT_FALSE(readSecretFile(secret, &error));
+    EXPECT_TRUE(error.contains(QStringLiteral("readable by you alone (chmod 600 ")))
+        << error.toStdString();
+    QFile::setPermissions(secret, QFile::ReadOwner | QFile::WriteOwner);
+    EXPECT_EQ(readSecretFile(secret, &error).value_or(QString()), QStringLiteral("s3cret pass"));
+
+    ImapAccountChoice choice;
+    choice.url = QStringLiteral("imaps://ann%40example.org@mail.example.org");
+    choice.passwordFile = secret;
+    auto account = imapAccountFrom(choice, &error);
+    ASSERT_TRUE(account) << error.toStdString();
+    EXPECT_EQ(account->credentials.user, QStringLiteral("ann@example.org"));
+    EXPECT_EQ(account->credentials.secret, QStringLiteral("s3cret pass"));
+    EXPECT_EQ(account->endpoint.security, imap::ImapEndpoint::Security::ImplicitTls);
+    EXPECT_EQ(account->endpoint.effectivePort(), 993);
+    EXPECT_EQ(account->name(), QStringLiteral("ann@example.org@mail.example.org:993"));
+
+    choice.url = QStringLiteral("imap://ann@mail.example.org:1143");
+    choice.auth = QStringLiteral("XOAUTH2");
+    account = imapAccountFrom(choice, &error);
+    ASSERT_TRUE(account) << error.toStdString();
+    EXPECT_EQ(account->endpoint.security, imap::ImapEndpoint::Security::StartTls);
+    EXPECT_EQ(account->endpoint.effectivePort(), 1143);
+    EXPECT_EQ(account->credentials.method, imap::ImapCredentials::Method::XOAuth2);
+
+    const struct {
+        const char* url;
+        const char* passwordFile;
+        const char* error;
+    } refused[] = {
+        {"imaps://ann:pw@mail.example.org", "password", "a password in the URL is not taken"},
+        {"https://ann@mail.example.org", "password", "not an IMAP account"},
+        {"imaps://mail.example.org", "password", "no user name"},
+        {"imaps://ann@mail.example.org", "", "no password: name a file"},
+        {"imaps://ann@mail.example.org", "missing", "missing: no such file"},
+    };
+    for (const auto& r : refused) {
+        ImapAccountChoice bad;
+        bad.url = QString::fromUtf8(r.url);
+        bad.passwordFile =
+            *r.passwordFile ? dir.filePath(QString::fromUtf8(r.passwordFile)) : QString();
+        error.clear();
+        EXPECT_FALSE(imapAccountFrom(bad, &error)) << r.url;
+        EXPECT_TRUE(error.contains(QString::fromUtf8(r.error))) << error.toStdString();
+        EXPECT_FALSE(error.contains(QStringLiteral("s3cret"))) << "the secret is never shown";
+    }
+}

@@ -1,0 +1,522 @@
+#!/usr/bin/env python3
+"""`velmora watch --imap` against a real Dovecot, with a real second client.
+
+A throwaway Dovecot listens on loopback on free ports, with implicit TLS and
+STARTTLS, its certificate issued by a CA made for the test with openssl.
+Velmora watches the account over IMAP; Python's imaplib plays the user's mail
+client on another device. The scenario runs twice: once with CONDSTORE and
+QRESYNC, once with a server that offers neither (and Velmora over STARTTLS).
+Everything started is stopped at the end.
+
+usage: dovecot_imap_host_test.py VELMORA DEMO_DIR
+Exit status 0 passed, 1 failed, 77 skipped (no Dovecot or openssl, or not root).
+"""
+
+import ctypes
+import imaplib
+import os
+import re
+import shutil
+import signal
+import ssl
+import struct
+import subprocess
+import sys
+import tempfile
+import threading
+import time
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from dovecot_imap_test import LDA, SKIP, DemoMail, fail, free_port, wait_for  # noqa: E402
+
+USER = "testuser"
+PASSWORD = "testpass"
+# What Dovecot 2.3 offers after login, less CONDSTORE and QRESYNC.
+PLAIN_CAPABILITIES = (
+    "IMAP4rev1 SASL-IR LOGIN-REFERRALS ID ENABLE IDLE SORT SORT=DISPLAY THREAD=REFERENCES "
+    "THREAD=REFS THREAD=ORDEREDSUBJECT MULTIAPPEND URL-PARTIAL CATENATE UNSELECT CHILDREN "
+    "NAMESPACE UIDPLUS LIST-EXTENDED I18NLEVEL=1 ESEARCH ESORT SEARCHRES WITHIN CONTEXT=SEARCH "
+    "LIST-STATUS BINARY MOVE SNIPPET=FUZZY PREVIEW=FUZZY PREVIEW STATUS=SIZE SAVEDATE LITERAL+ "
+    "SPECIAL-USE")
+
+
+def openssl(*arguments):
+    subprocess.run(["openssl", *arguments], check=True, capture_output=True)
+
+
+def make_certificates(root):
+    """A test CA, a server certificate for localhost issued by it, and a
+    second CA nobody trusts."""
+    paths = {name: os.path.join(root, name) for name in
+             ("ca.pem", "ca.key", "cert.pem", "key.pem", "csr.pem", "ext.cnf", "other-ca.pem",
+              "other-ca.key")}
+    openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2",
+            "-subj", "/CN=Velmora Test CA", "-keyout", paths["ca.key"], "-out", paths["ca.pem"])
+    openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", "2",
+            "-subj", "/CN=Somebody Else's CA", "-keyout", paths["other-ca.key"],
+            "-out", paths["other-ca.pem"])
+    openssl("req", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=localhost",
+            "-keyout", paths["key.pem"], "-out", paths["csr.pem"])
+    with open(paths["ext.cnf"], "w") as f:
+        f.write("subjectAltName=DNS:localhost\n")
+    openssl("x509", "-req", "-in", paths["csr.pem"], "-CA", paths["ca.pem"],
+            "-CAkey", paths["ca.key"], "-CAcreateserial", "-days", "2",
+            "-extfile", paths["ext.cnf"], "-out", paths["cert.pem"])
+    return paths
+
+
+class Dovecot:
+    def __init__(self, root, uid, gid, certificates, qresync):
+        self.root = root
+        self.port = free_port()      # STARTTLS
+        self.tls_port = free_port()  # implicit TLS
+        self.conf = os.path.join(root, "dovecot.conf")
+        self.log = os.path.join(root, "dovecot.log")
+        self.home = os.path.join(root, "home")
+        with open(os.path.join(root, "passwd"), "w") as f:
+            f.write("%s:{PLAIN}%s:%d:%d::%s::\n" % (USER, PASSWORD, uid, gid, self.home))
+        capabilities = "" if qresync else "imap_capability = " + PLAIN_CAPABILITIES
+        with open(self.conf, "w") as f:
+            f.write(f"""
+protocols = imap
+listen = 127.0.0.1
+base_dir = {root}/run
+state_dir = {root}/state
+instance_name = velmora-host-test-{self.port}
+log_path = {self.log}
+ssl = required
+ssl_cert = <{certificates["cert.pem"]}
+ssl_key = <{certificates["key.pem"]}
+auth_mechanisms = plain login
+first_valid_uid = {uid}
+mail_location = maildir:{self.home}/Maildir
+lda_mailbox_autocreate = yes
+{capabilities}
+passdb {{
+  driver = passwd-file
+  args = scheme=PLAIN username_format=%u {root}/passwd
+}}
+userdb {{
+  driver = passwd-file
+  args = username_format=%u {root}/passwd
+}}
+service imap-login {{
+  inet_listener imap {{
+    address = 127.0.0.1
+    port = {self.port}
+  }}
+  inet_listener imaps {{
+    address = 127.0.0.1
+    port = {self.tls_port}
+    ssl = yes
+  }}
+}}
+namespace inbox {{
+  inbox = yes
+  separator = .
+  mailbox Junk {{
+    special_use = \\Junk
+    auto = subscribe
+  }}
+  mailbox Sent {{
+    special_use = \\Sent
+    auto = subscribe
+  }}
+  mailbox Trash {{
+    special_use = \\Trash
+    auto = subscribe
+  }}
+}}
+""")
+        subprocess.run(["dovecot", "-c", self.conf], check=True)
+
+    def deliver(self, raw, folder=None):
+        command = [LDA, "-c", self.conf, "-d", USER]
+        if folder:
+            command += ["-m", folder]
+        subprocess.run(command, input=raw, check=True)
+
+    def kick(self):
+        """Drops every session of the user, as a server restart would."""
+        subprocess.run(["doveadm", "-c", self.conf, "kick", USER], check=True,
+                       capture_output=True)
+
+    def stop(self):
+        subprocess.run(["doveadm", "-c", self.conf, "stop"], check=False,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+
+class Client:
+    """The user's mail client on another device, over TLS."""
+
+    def __init__(self, dovecot, ca_file):
+        context = ssl.create_default_context(cafile=ca_file)
+        self.imap = imaplib.IMAP4_SSL("localhost", dovecot.tls_port, ssl_context=context)
+        self.imap.login(USER, PASSWORD)
+
+    def messages(self, folder):
+        """Message-ID -> (uid, subject, flags) of every message."""
+        typ, _ = self.imap.select(folder)
+        if typ != "OK":
+            fail("cannot select " + folder)
+        typ, data = self.imap.uid("SEARCH", None, "ALL")
+        found = {}
+        if not data[0]:
+            return found
+        typ, parts = self.imap.uid(
+            "FETCH", b",".join(data[0].split()).decode(),
+            "(UID FLAGS BODY.PEEK[HEADER.FIELDS (MESSAGE-ID SUBJECT)])")
+        for part in parts:
+            if not isinstance(part, tuple):
+                continue
+            meta, header = part[0].decode(), part[1].decode("utf-8", "replace")
+            message_id = re.search(r"Message-ID:\s*(\S+)", header, re.I).group(1)
+            subject = re.search(r"Subject:\s*(.*?)\r?\n", header, re.I).group(1)
+            flags = re.search(r"FLAGS \(([^)]*)\)", meta).group(1)
+            uid = re.search(r"UID (\d+)", meta).group(1)
+            found[message_id] = (uid, subject, flags)
+        return found
+
+    def move(self, folder, message_ids, to):
+        mine = self.messages(folder)
+        uids = ",".join(mine[m][0] for m in message_ids)
+        typ, data = self.imap.uid("MOVE", uids, to)
+        if typ != "OK":
+            fail("MOVE failed: %r" % data)
+
+    def delete(self, folder, message_id):
+        """A hard delete: \\Deleted and EXPUNGE of that message alone."""
+        mine = self.messages(folder)
+        self.imap.uid("STORE", mine[message_id][0], "+FLAGS", "(\\Deleted)")
+        self.imap.uid("EXPUNGE", mine[message_id][0])
+
+    def set_flag(self, folder, message_id, flag):
+        mine = self.messages(folder)
+        self.imap.uid("STORE", mine[message_id][0], "+FLAGS", flag)
+
+    def close(self):
+        try:
+            self.imap.logout()
+        except Exception:
+            pass
+
+
+class FileWrites:
+    """Counts the times a file in a folder is written (inotify, through libc)."""
+    IN_CLOSE_WRITE, IN_MOVED_TO = 0x8, 0x80
+
+    def __init__(self, folder, name):
+        self.libc = ctypes.CDLL("libc.so.6", use_errno=True)
+        self.fd = self.libc.inotify_init1(os.O_NONBLOCK)
+        self.libc.inotify_add_watch(self.fd, folder.encode(),
+                                    self.IN_CLOSE_WRITE | self.IN_MOVED_TO)
+        self.name = name.encode()
+
+    def count(self):
+        writes = 0
+        while True:
+            try:
+                data = os.read(self.fd, 65536)
+            except BlockingIOError:
+                return writes
+            at = 0
+            while at < len(data):
+                _, mask, _, size = struct.unpack_from("iIII", data, at)
+                name = data[at + 16:at + 16 + size].rstrip(b"\0")
+                if name == self.name:
+                    writes += 1
+                at += 16 + size
+
+    def close(self):
+        os.close(self.fd)
+
+
+class Watcher:
+    """`velmora watch` on the account, and the other velmora commands."""
+
+    def __init__(self, velmora, root):
+        self.velmora = velmora
+        self.log_path = os.path.join(root, "watch.log")
+        home = os.path.join(root, "user")
+        os.makedirs(home, exist_ok=True)
+        self.env = dict(os.environ, HOME=home, XDG_DATA_HOME=home + "/data",
+                        XDG_CONFIG_HOME=home + "/config", XDG_RUNTIME_DIR=root + "/xdg")
+        self.process = None
+        self.runs = 0
+
+    def run(self, *arguments):
+        return subprocess.run([self.velmora, *arguments], env=self.env, capture_output=True,
+                              text=True, check=False, stdin=subprocess.DEVNULL, timeout=120)
+
+    def start(self, *arguments):
+        self.runs += 1
+        self.log = open(self.log_path, "a")
+        self.log.write("=== run %d\n" % self.runs)
+        self.log.flush()
+        self.process = subprocess.Popen(
+            [self.velmora, "watch", "--headless", *arguments], env=self.env, stdout=self.log,
+            stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL)
+        wait_for("the watcher to start",
+                 lambda: re.search(r"^watching ", self.this_run(), re.M) or self.ended(), 60)
+        if self.ended():
+            fail("velmora watch ended at its start:\n" + self.this_run())
+
+    def ended(self):
+        return self.process.poll() is not None
+
+    def output(self):
+        with open(self.log_path, encoding="utf-8", errors="replace") as f:
+            return f.read()
+
+    def this_run(self):
+        return self.output().rpartition("=== run %d\n" % self.runs)[2]
+
+    def count(self, pattern):
+        return len(re.findall(pattern, self.this_run(), re.M))
+
+    def stop(self):
+        if self.process and self.process.poll() is None:
+            self.process.send_signal(signal.SIGTERM)
+            try:
+                code = self.process.wait(30)
+            except subprocess.TimeoutExpired:
+                self.process.kill()
+                code = None
+            self.log.close()
+            return code
+        return self.process.returncode if self.process else None
+
+
+def data_path(watcher, name=""):
+    return os.path.join(watcher.env["XDG_DATA_HOME"], "CORVANELSPAM", "spamdata", name)
+
+
+def data_file(watcher, name):
+    with open(data_path(watcher, name), "rb") as f:
+        return f.read()
+
+
+def timed(what, since, predicate, seconds=30):
+    wait_for(what, predicate, seconds)
+    milliseconds = (time.monotonic() - since) * 1000
+    print("latency: %s: %.0f ms" % (what, milliseconds))
+    return milliseconds
+
+
+def scenario(root, velmora, demo_dir, qresync):
+    uid, gid = 65534, 65534  # nobody: Dovecot serves no mail as root
+    os.makedirs(root + "/xdg", mode=0o700, exist_ok=True)
+    home = os.path.join(root, "home")
+    os.makedirs(home, exist_ok=True)
+    os.chown(home, uid, gid)
+    certificates = make_certificates(root)
+    dovecot = Dovecot(root, uid, gid, certificates, qresync)
+    watcher = Watcher(velmora, root)
+    client = None
+    writes = None
+    mode = "with QRESYNC" if qresync else "without CONDSTORE/QRESYNC, STARTTLS"
+    print("--- %s" % mode)
+    try:
+        mail = DemoMail(demo_dir)
+
+        def deliver(relative, folder=None):
+            message_id, _, raw = mail.raw(relative)
+            dovecot.deliver(raw, folder)
+            return message_id
+
+        for name in sorted(os.listdir(os.path.join(demo_dir, "learn", "spam"))):
+            deliver("learn/spam/" + name, "Junk")
+        for name in sorted(os.listdir(os.path.join(demo_dir, "learn", "good"))):
+            deliver("learn/good/" + name, "Work")
+        for name in sorted(os.listdir(os.path.join(demo_dir, "sent"))):
+            deliver("sent/" + name, "Sent")
+        client = Client(dovecot, certificates["ca.pem"])
+        for folder in ("INBOX", "Junk", "Sent", "Trash"):
+            client.messages(folder)  # the server makes its folders on first use
+
+        # Accounts: the password only from a file of the user's own.
+        password_file = os.path.join(root, "password")
+        with open(password_file, "w") as f:
+            f.write(PASSWORD + "\n")
+        os.chmod(password_file, 0o644)
+        scheme, port = ("imaps", dovecot.tls_port) if qresync else ("imap", dovecot.port)
+        url = "%s://%s@localhost:%d" % (scheme, USER, port)
+        account = ["--imap", url, "--password-file", password_file,
+                   "--ca-file", certificates["ca.pem"]]
+        result = watcher.run("account", "add", *account)
+        if result.returncode == 0 or "readable by you alone" not in result.stderr:
+            fail("a password file others may read was taken: %r" % (result,))
+        os.chmod(password_file, 0o600)
+        wrong_file = os.path.join(root, "wrong-password")
+        with open(wrong_file, "w") as f:
+            f.write("not the password\n")
+        os.chmod(wrong_file, 0o600)
+        result = watcher.run("account", "test", "--imap", url, "--password-file", wrong_file,
+                             "--ca-file", certificates["ca.pem"])
+        if result.returncode != 3 or "refused the login of testuser" not in result.stderr:
+            fail("a wrong password: %r" % (result,))
+        result = watcher.run("account", "test", "--imap", url, "--password-file", password_file)
+        if result.returncode != 3 or "not trusted here" not in result.stderr:
+            fail("a certificate from an unknown CA: %r" % (result,))
+        result = watcher.run("account", "test", "--imap", url, "--password-file", password_file,
+                             "--ca-file", certificates["other-ca.pem"])
+        if result.returncode != 3 or "not trusted here" not in result.stderr:
+            fail("a certificate from another CA: %r" % (result,))
+        result = watcher.run("account", "test", "--imap",
+                             "%s://%s@127.0.0.1:%d" % (scheme, USER, port),
+                             "--password-file", password_file, "--ca-file", certificates["ca.pem"])
+        if result.returncode != 3 or "the certificate is for localhost, not 127.0.0.1" \
+                not in result.stderr:
+            fail("a certificate for another name: %r" % (result,))
+        result = watcher.run("account", "add", *account)
+        if result.returncode != 0 or "Junk:  Junk" not in result.stdout:
+            fail("account add: %r" % (result,))
+        print(result.stdout.strip())
+        result = watcher.run("account", "test")
+        if result.returncode != 0 or ("QRESYNC" in result.stdout) != qresync:
+            fail("account test: %r" % (result,))
+
+        built = watcher.run("build", "--maildir", os.path.join(home, "Maildir"))
+        if built.returncode != 0:
+            fail("velmora build failed: " + built.stdout + built.stderr)
+        watcher.start()
+        writes = FileWrites(data_path(watcher), "txtdata.dat")
+
+        # New spam: judged, tagged and in Junk.
+        since = time.monotonic()
+        pills = deliver("incoming/01-pills-again.txt")
+        timed("delivery -> spam in Junk", since,
+              lambda: pills in client.messages("Junk")
+              and client.messages("Junk")[pills][1].startswith("{S:"))
+        if pills in client.messages("INBOX"):
+            fail("spam also left in the Inbox")
+
+        # Good mail stays; moved into Junk by the user, it is learnt as spam.
+        news = deliver("incoming/04-newsletter.txt")
+        wait_for("the newsletter judged", lambda: watcher.count(r"news@library\.example.*kept"))
+        since = time.monotonic()
+        client.move("INBOX", [news], "Junk")
+        timed("move into Junk -> learnt as spam", since,
+              lambda: b"news@library.example" in data_file(watcher, "txtdata.dat")
+              and watcher.count(r"Inbox -> Junk: New books"))
+
+        # Out of Junk: the tag goes, the sender is trusted, flags are kept.
+        client.set_flag("Junk", pills, "\\Seen")
+        since = time.monotonic()
+        client.move("Junk", [pills], "INBOX")
+        timed("move out of Junk -> sender trusted", since,
+              lambda: b"sales@pharma-deals.example" in data_file(watcher, "trusteml.dat"))
+        wait_for("the tag removed", lambda: pills in client.messages("INBOX")
+                 and not client.messages("INBOX")[pills][1].startswith("{"))
+        if "\\Seen" not in client.messages("INBOX")[pills][2]:
+            fail("the rewritten message lost its flags")
+
+        # Three moved together: one action. The text table is written once by
+        # the Inbox's removal handler (the whole selection at once) and once
+        # when Junk's additions have counted the selection off; split into
+        # three actions it would be written six times.
+        three = [deliver("learn/good/01-meeting.txt"), deliver("learn/good/02-family.txt"),
+                 deliver("incoming/02-colleague.txt")]
+        wait_for("the three judged", lambda: watcher.count(r"^\S+ new mail from") >= 5)
+        writes.count()
+        client.move("INBOX", three, "Junk")
+        wait_for("one action of three",
+                 lambda: re.search(r"moved by the user: Inbox -> Junk: [^\n]*;[^\n]*;",
+                                   watcher.this_run()))
+        time.sleep(1)
+        written = writes.count()
+        if written != 2:
+            fail("txtdata.dat written %d times for one action, not twice" % written)
+
+        # The server drops every session mid-IDLE; what happens meanwhile
+        # is caught up after the reconnect.
+        dovecot.kick()
+        client.close()
+        client = Client(dovecot, certificates["ca.pem"])  # kicked too
+        casino = deliver("incoming/03-casino.txt")
+        client.move("Junk", [three[0]], "INBOX")
+        wait_for("the reconnect", lambda: watcher.count(r"connected again") >= 3, 30)
+        wait_for("the delivery during the drop judged",
+                 lambda: watcher.count(r"new mail from vip@lucky-spins\.example"))
+        wait_for("the move during the drop",
+                 lambda: watcher.count(r"Junk -> Inbox: Project meeting"), 20)
+
+        # Stopped; meanwhile a delivery, a move and a hard delete; started
+        # again: exactly those, once each.
+        code = watcher.stop()
+        if code != 0:
+            fail("watch ended with %r" % code)
+        sale = deliver("incoming/05-sale-again.txt")
+        client.move("INBOX", [three[0]], "Junk")
+        client.delete("INBOX", three[1]) if three[1] in client.messages("INBOX") else \
+            client.delete("Junk", three[1])
+        since = time.monotonic()
+        watcher.start()
+        wait_for("the replay", lambda: watcher.count(r"new mail from") >= 1
+                 and watcher.count(r"moved by the user") >= 1
+                 and watcher.count(r"gone from") >= 1, 30)
+        print("latency: restart -> replay done: %.0f ms" % ((time.monotonic() - since) * 1000))
+        time.sleep(3)  # anything twice would show now
+        expected = {r"new mail from": 1, r"moved by the user: Junk -> Inbox|Inbox -> Junk": 1,
+                    r"gone from": 1, r"copied into": 0}
+        for pattern, times in expected.items():
+            if watcher.count(pattern) != times:
+                fail("after the restart, %r %d times, not %d:\n%s"
+                     % (pattern, watcher.count(pattern), times, watcher.this_run()))
+        if sale not in client.messages("Junk") and sale not in client.messages("INBOX"):
+            fail("the delivery while stopped was lost")
+
+        # A watched folder deleted on the server: told, and the rest goes on.
+        client.imap.select("INBOX")
+        client.imap.delete("Trash")
+        crypto = deliver("incoming/06-crypto-tip.txt")
+        wait_for("mail after the folder was deleted",
+                 lambda: watcher.count(r"new mail from.*") >= 2, 30)
+        if watcher.ended():
+            fail("the watcher ended when Trash was deleted:\n" + watcher.this_run())
+        if crypto not in client.messages("INBOX") and crypto not in client.messages("Junk"):
+            fail("lost a message after the folder was deleted")
+
+        code = watcher.stop()
+        if code != 0 or "stopped" not in watcher.this_run():
+            fail("watch ended with %r" % code)
+        print(watcher.output())
+    finally:
+        if writes:
+            writes.close()
+        if client:
+            client.close()
+        watcher.stop()
+        dovecot.stop()
+
+
+def main():
+    if len(sys.argv) != 3:
+        print(__doc__, file=sys.stderr)
+        return 2
+    if (os.geteuid() != 0 or not shutil.which("dovecot") or not os.path.exists(LDA)
+            or not shutil.which("openssl")):
+        print("skipped: needs root, Dovecot (dovecot-imapd) and openssl")
+        return SKIP
+    velmora, demo_dir = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
+    for qresync in (True, False):
+        root = tempfile.mkdtemp(prefix="velmora-imap-host-")
+        os.chmod(root, 0o755)
+        try:
+            scenario(root, velmora, demo_dir, qresync)
+        except (AssertionError, subprocess.SubprocessError, imaplib.IMAP4.error) as error:
+            print("FAILED: %s" % error, file=sys.stderr)
+            for log in ("watch.log", "dovecot.log"):
+                path = os.path.join(root, log)
+                if os.path.exists(path):
+                    with open(path, errors="replace") as f:
+                        print("--- %s\n%s" % (log, f.read()), file=sys.stderr)
+            return 1
+        finally:
+            shutil.rmtree(root, ignore_errors=True)
+    print("passed")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
