@@ -1,7 +1,7 @@
 #pragma once
 
 #include "store/PicRec.h"
-#include "store/TxtRec.h"
+#include "store/TxtRecords.h"
 
 namespace velmora::bench {
 

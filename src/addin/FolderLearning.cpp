@@ -112,9 +112,9 @@ void Connect::junkemail_ItemRemove() {
             if (!picture && !data.TxtTable.isEmpty()) {
                 const int lines = bodyLineBound(item);
                 for (int i = 1; i <= data.TxtTable.upperBound(); ++i) {
-                    TxtRec& rec = data.TxtTable[i];
+                    const TxtRec& rec = std::as_const(data.TxtTable)[i];
                     if (rec.LineCount == lines && rec.Sender == sender) {
-                        rec.Flag = kFalse;
+                        data.TxtTable[i].Flag = kFalse;
                         data.TxtChanged = kTrue;
                         break;
                     }
@@ -166,7 +166,7 @@ void Connect::deletedemail_ItemAdd(const MailItemRef& item) {
             if (item->attachmentCount() == 0 && !data.TxtTable.isEmpty()) {
                 const int lines = bodyLineBound(*item);
                 for (int i = 1; i <= data.TxtTable.upperBound(); ++i) {
-                    const TxtRec& rec = data.TxtTable[i];
+                    const TxtRec& rec = std::as_const(data.TxtTable)[i];
                     if (rec.Sender == sender && rec.Subject == key && rec.LineCount == lines) {
                         // Intended: not marked as changed, so the shorter table
                         // reaches the file with the next write by any path.

@@ -88,13 +88,11 @@ Bool16 judgeText(FilterState& state, MailItemView& item, const QString& sender) 
     const TxtRecords& table = state.data.TxtTable;
     if (text.size() > 10) {
         // A sender already learnt decides at once, and nothing more is learnt.
-        for (const TxtRec& entry : table) {
-            if (entry.Sender == sender) {
-                if (entry.Flag == kFalse)
-                    return kFalse;
-                tagWithScore(item, 100);
-                return kTrue;
-            }
+        if (const int known = table.firstIndexOfSender(sender)) {
+            if (table[known].Flag == kFalse)
+                return kFalse;
+            tagWithScore(item, 100);
+            return kTrue;
         }
     }
 
@@ -116,8 +114,9 @@ Bool16 judgeText(FilterState& state, MailItemView& item, const QString& sender) 
         rec.Attachment = vbLCase(state.picture.attachment->fileName());
 
     float best = 0;
+    TxtTableScan scan(table, rec);
     for (int i = 1; i <= table.upperBound(); ++i) {
-        const float score = comparetxt(table[i], rec);
+        const float score = scan.score(i);
         // The label shows the best score so far; it only changes with it.
         if (score > best || i == 1) {
             best = qMax(best, score);

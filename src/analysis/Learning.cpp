@@ -32,7 +32,7 @@ void insertBySender(Table& table, Bool16& changed, const Record& record, IsDupli
     }
     const int place = findInsertPlace(
         vbLCase(record.Sender), [&] { return table.upperBound(); },
-        [&](int i) -> const QString& { return table[i].Sender; },
+        [&](int i) -> const QString& { return std::as_const(table)[i].Sender; },
         [&](int i) {
             auto& entry = table[i];
             if (entry.Sender != record.Sender || !isDuplicate(entry))

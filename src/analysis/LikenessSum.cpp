@@ -59,4 +59,15 @@ std::optional<int> likenessSum(const std::int32_t* a, const std::int32_t* b, int
 
 #endif
 
+#if !defined(__SSE2__)
+
+int likenessSum16(const std::uint16_t* stored, const float* candidate) {
+    int total = 0;
+    for (int k = 0; k < 16; ++k)
+        total += int(comppar(float(stored[k]), candidate[k]));
+    return total;
+}
+
+#endif
+
 } // namespace velmora

@@ -1,11 +1,13 @@
 #include "analysis/TextSimilarity.h"
 
 #include "analysis/LikenessSum.h"
+#include "analysis/PackedScores.h"
 
 #include "base/MessageSink.h"
 #include "base/Rounding.h"
 #include "base/VbError.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
@@ -18,10 +20,6 @@ double density(const TxtRec& rec) {
     if (rec.CharCount == -1) // only from a damaged table file
         throw VbError(rec.LineCount == 0 ? VbError::Overflow : VbError::DivisionByZero);
     return double(rec.LineCount) / (double(rec.CharCount) + 1);
-}
-
-float halfwayTo100(float score) {
-    return float(roundHalfEvenTo2((double(score) + 100) / 2));
 }
 
 } // namespace
@@ -55,6 +53,46 @@ float comparetxt(const TxtRec& stored, const TxtRec& candidate) {
         showMessage(QStringLiteral("comparetxt_error: ") + error.description());
     }
     return score;
+}
+
+TxtTableScan::TxtTableScan(const TxtRecords& table, const TxtRec& candidate)
+    : m_table(table), m_candidate(candidate) {
+    for (std::size_t k = 0; k < candidate.Counts.size(); ++k) {
+        if (candidate.Counts[k] < 0)
+            m_packed = false;
+        m_prepared.counts[k] = candidate.Counts[k] == 0 ? 0.0001f : float(candidate.Counts[k]);
+    }
+    if (candidate.CharCount == std::numeric_limits<std::int32_t>::max() ||
+        candidate.CharCount == -1)
+        m_packed = false;
+    else
+        m_prepared.density = float(double(candidate.LineCount) / (double(candidate.CharCount) + 1));
+    takeIds();
+}
+
+void TxtTableScan::takeIds() {
+    m_prepared.mailId = m_table.idOf(m_candidate.MailAddr);
+    m_prepared.linkId = m_table.idOf(m_candidate.LinkHost);
+    m_generation = m_table.rowGeneration();
+}
+
+float TxtTableScan::score(int index) {
+    const std::vector<TxtScanRow>& rows = m_table.scanRows();
+    if (m_generation != m_table.rowGeneration()) {
+        takeIds();
+        m_batchEnd = 0;
+    }
+    if (index >= m_batchStart && index < m_batchEnd)
+        return m_batch[std::size_t(index - m_batchStart)];
+    if (!m_packed || !rows[std::size_t(index)].packed)
+        return comparetxt(m_table[index], m_candidate);
+    // Rows are scored a batch at a time, in one tight loop; a scan that stops
+    // at its first hit wastes at most one batch.
+    const int wanted = std::min<int>(kBatch, m_table.upperBound() - index + 1);
+    m_batchStart = index;
+    m_batchEnd =
+        index + scorePackedRows(&rows[std::size_t(index)], wanted, m_prepared, m_batch.data());
+    return m_batch[0];
 }
 
 } // namespace velmora

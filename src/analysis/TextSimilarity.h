@@ -1,9 +1,12 @@
 #pragma once
 
+#include "analysis/PackedScores.h"
 #include "base/Rounding.h"
-#include "store/TxtRec.h"
+#include "store/TxtRecords.h"
 
+#include <array>
 #include <cmath>
+#include <cstdint>
 
 namespace velmora {
 
@@ -35,5 +38,30 @@ inline float comppar(float a, float b) {
 // an equal mail address, then an equal link, each halve the distance to 100.
 // Intended: two empty addresses or links are equal and earn the bonus.
 float comparetxt(const TxtRec& stored, const TxtRec& candidate);
+
+// One candidate scored against the records of a text table, from the table's
+// scan rows: score(i) gives exactly what comparetxt(table[i], candidate) gives,
+// messages included (records that do not pack are compared field by field).
+// The table may change between calls, as it may while a scan waits on a
+// message; the candidate must not.
+class TxtTableScan {
+public:
+    TxtTableScan(const TxtRecords& table, const TxtRec& candidate);
+    float score(int index);
+
+private:
+    void takeIds();
+
+    static constexpr int kBatch = 32;
+
+    const TxtRecords& m_table;
+    const TxtRec& m_candidate;
+    bool m_packed = true;
+    PackedCandidate m_prepared;
+    std::uint64_t m_generation = 0;
+    std::array<float, kBatch> m_batch{};
+    int m_batchStart = 0;
+    int m_batchEnd = 0; // scores held for m_batchStart up to here
+};
 
 } // namespace velmora

@@ -4,7 +4,7 @@
 #include "store/DataFolder.h"
 #include "store/PicRec.h"
 #include "store/StringList.h"
-#include "store/TxtRec.h"
+#include "store/TxtRecords.h"
 
 namespace velmora {
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "base/Bool16.h"
-#include "store/SlotArray.h"
 
 #include <QString>
 
@@ -27,8 +26,5 @@ struct TxtRec {
 
     bool operator==(const TxtRec&) const = default;
 };
-
-// The text table: slot 0 unused, records from slot 1.
-using TxtRecords = SlotArray<TxtRec>;
 
 } // namespace velmora

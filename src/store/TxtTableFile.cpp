@@ -81,8 +81,9 @@ void WriteTxtTable(SpamData& data) {
         for (i = 1; i <= upperBound; ++i) {
             // The table may change while the host runs its events below; a slot
             // that has gone is passed over like any record that fails.
-            if (i <= data.TxtTable.upperBound() && !data.TxtTable[i].Sender.isEmpty())
-                appendRecordLine(content, data.TxtTable[i]);
+            const TxtRecords& table = data.TxtTable;
+            if (i <= table.upperBound() && !table[i].Sender.isEmpty())
+                appendRecordLine(content, table[i]);
             yieldToHost();
         }
         writer.commit(content);
