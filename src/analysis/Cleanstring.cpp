@@ -35,9 +35,13 @@ QString Choosegod(const QStringList& pieces) {
 QString Cleanstring(const QString& candidate) {
     QString s = candidate;
 
-    const QStringList commaPieces = vbSplit(s, u",");
-    if (commaPieces.size() > 1)
-        s = Choosegod(commaPieces);
+    // A split into one piece changes nothing below, so texts without the
+    // separator are not split at all.
+    if (s.contains(u',')) {
+        const QStringList commaPieces = vbSplit(s, u",");
+        if (commaPieces.size() > 1)
+            s = Choosegod(commaPieces);
+    }
 
     // Intended: the cuts start again from the candidate as passed in, so a cut
     // replaces whatever the comma step chose.
@@ -47,6 +51,8 @@ QString Cleanstring(const QString& candidate) {
     }
 
     for (QStringView separator : kKeepOneSeparators) {
+        if (!s.contains(separator))
+            continue;
         const QStringList pieces = vbSplit(s, separator);
         if (pieces.size() == 2)
             s = longerOrSecond(pieces[0], pieces[1]);
@@ -55,6 +61,8 @@ QString Cleanstring(const QString& candidate) {
     }
 
     for (QStringView separator : kQuerySeparators) {
+        if (!s.contains(separator))
+            continue;
         const QStringList pieces = vbSplit(s, separator);
         if (pieces.size() >= 2) {
             s = longerOrSecond(pieces[0], pieces[1]);

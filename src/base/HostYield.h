@@ -11,7 +11,8 @@ namespace velmora {
 // Events posted to the application are delivered at every call. A full pass of
 // the event loop, which also polls the window system and timers, costs a system
 // call (over a microsecond here, some 60 ms per 32,767 records), so it runs at
-// most once per kFullPassInterval; no input waits longer than that.
+// most once per kFullPassInterval; no input waits much longer than that (the
+// clock is read every few yields, not at each one).
 void yieldToHost();
 
 inline constexpr long long kFullPassIntervalNs = 1'000'000; // 1 ms

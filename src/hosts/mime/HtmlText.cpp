@@ -104,20 +104,23 @@ QString withoutHiddenElements(QStringView html) {
     return out;
 }
 
+bool isCollapsedSpace(char16_t c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
 QString withSpacesCollapsed(QStringView text) {
-    QString out;
-    out.reserve(text.size());
+    QString out(text.size(), Qt::Uninitialized);
+    char16_t* to = reinterpret_cast<char16_t*>(out.data());
+    const char16_t* from = text.utf16();
+    qsizetype written = 0;
     for (qsizetype i = 0; i < text.size(); ++i) {
-        const char16_t c = text[i].unicode();
-        if (c == ' ' || c == '\t' || c == '\r' || c == '\n') {
-            out += QLatin1Char(' ');
-            while (i + 1 < text.size() && (text[i + 1] == u' ' || text[i + 1] == u'\t' ||
-                                           text[i + 1] == u'\r' || text[i + 1] == u'\n'))
-                ++i;
-        } else {
-            out += QChar(c);
-        }
+        const bool space = isCollapsedSpace(from[i]);
+        if (space && written > 0 && to[written - 1] == ' ' && i > 0 &&
+            isCollapsedSpace(from[i - 1]))
+            continue;
+        to[written++] = space ? char16_t(' ') : from[i];
     }
+    out.truncate(written);
     return out;
 }
 
@@ -165,8 +168,11 @@ QString htmlToText(const QString& html) {
         {"&nbsp;", " "},  {"&lt;", "<"},  {"&gt;", ">"},
         {"&quot;", "\""}, {"&#39;", "'"}, {"&amp;", "&"},
     };
-    for (const auto& [entity, character] : kEntities)
+    for (const auto& [entity, character] : kEntities) {
+        if (!text.contains(u'&'))
+            break;
         text.replace(QLatin1String(entity), QLatin1String(character), Qt::CaseInsensitive);
+    }
     return withCrLf(text.trimmed());
 }
 

@@ -2,6 +2,7 @@
 #include "hosts/mime/MimeMessage.h"
 
 #include "hosts/mime/LineEnds.h"
+#include "hosts/mime/TransportHeaders.h"
 
 #include <gmime/gmime.h>
 
@@ -157,6 +158,11 @@ void appendAddresses(QStringList& into, InternetAddressList* list) {
 } // namespace
 
 Message parseMessage(QByteArrayView raw) {
+    const QByteArray lighter = withoutTransportHeaders(raw);
+    return parseMessageAsIs(lighter.isNull() ? raw : QByteArrayView(lighter));
+}
+
+Message parseMessageAsIs(QByteArrayView raw) {
     initialiseOnce();
     Message message;
     // GMime refuses a null buffer, which an empty view may have.

@@ -18,6 +18,8 @@ struct Attachment {
     QString fileName;    // as the sender named it
     QString displayName; // what a mail client shows: the file name, or the part's name
     QByteArray bytes;    // decoded from its transfer encoding
+
+    bool operator==(const Attachment&) const = default;
 };
 
 // What the filter reads of one raw message (RFC 5322, MIME). Text is decoded
@@ -32,11 +34,16 @@ struct Message {
     QStringList recipients; // To, Cc and Bcc addresses, in that order
     QList<Attachment> attachments;
     QString messageId;
+
+    bool operator==(const Message&) const = default;
 };
 
 // Reads a raw message. It never fails: a truncated message, a broken MIME
 // structure, an unknown charset or a broken encoding give what can be read.
 Message parseMessage(QByteArrayView raw);
+// The same, with every header field handed to the parser; parseMessage()
+// leaves out the fields added in transport, which change nothing it reads.
+Message parseMessageAsIs(QByteArrayView raw);
 
 // The raw message with its Subject replaced by `subject` (RFC 2047 encoded
 // where it is not plain ASCII), or added when it had none. Every other byte
