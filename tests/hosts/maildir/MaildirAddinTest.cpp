@@ -109,3 +109,35 @@ TEST(MaildirAddin, ThreeMessagesMovedTogetherWriteTheTableOnce) {
     EXPECT_EQ(w.connect.SelectionCount, 0);
     EXPECT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
 }
+
+TEST(MaildirAddin, MovesBetweenOtherFoldersAtTheSameMomentAreSeparateActions) {
+    RecordingSink sink;
+    MaildirTree tree;
+    const QString spam = tree.place(QString(), rawMail(QStringLiteral("spammer@shop.example"),
+                                                       QStringLiteral("Watches"), kSpamBody));
+    const QString good =
+        tree.place(QStringLiteral("Junk"),
+                   rawMail(QStringLiteral("friend@home.example"), QStringLiteral("Dinner"),
+                           QStringLiteral("Dinner at eight on Friday?\nBring the photos.\n")));
+    WatchedMaildir w(tree);
+    const auto trusted = [&](const QString& sender) {
+        return SearchinTrust(w.data().TrustedList, sender) >= 1;
+    };
+
+    // Two clients at once: one files a spam from the Inbox into Junk, the
+    // other rescues good mail from Junk into a folder. Each is its own action:
+    // the rescued sender is trusted, the spam learnt and its sender not.
+    tree.serverMove({spam}, QStringLiteral("Junk"));
+    tree.serverMove({good}, QStringLiteral("Work.Projects"));
+    ASSERT_TRUE(waitUntil([&] {
+        return trusted(QStringLiteral("friend@home.example")) &&
+               w.knows(QStringLiteral("spammer@shop.example"));
+    }));
+    EXPECT_FALSE(trusted(QStringLiteral("spammer@shop.example")));
+    for (const TxtRec& rec : w.data().TxtTable) {
+        if (rec.Sender == QStringLiteral("spammer@shop.example")) {
+            EXPECT_NE(rec.Flag, kFalse);
+        }
+    }
+    EXPECT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
+}
