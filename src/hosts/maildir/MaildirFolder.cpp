@@ -18,17 +18,66 @@ MailItemRef MaildirItems::Item(int index) const {
     return std::make_shared<MaildirItem>(m_folder, m_files[index - 1]);
 }
 
+namespace {
+
+// The base name of a file given as "cur/..." or "new/...".
+QString baseOfFile(const QString& file) {
+    return MaildirFileName::parse(file.mid(4)).base;
+}
+
+} // namespace
+
 qsizetype MaildirItems::indexOfBase(const QString& base) const {
-    for (qsizetype i = 0; i < m_files.size(); ++i) {
-        if (MaildirFileName::parse(m_files[i].mid(4)).base == base)
-            return i;
+    const auto found = m_baseCounts.constFind(base);
+    if (found == m_baseCounts.cend())
+        return -1;
+    if (*found == 1) {
+        // The only one: looked for from the end, where new mail and moved
+        // messages are, the ones looked up most.
+        for (qsizetype i = m_bases.size() - 1; i >= 0; --i) {
+            if (m_bases[i] == base)
+                return i;
+        }
     }
-    return -1;
+    return m_bases.indexOf(base);
+}
+
+void MaildirItems::count(const QString& base, int change) {
+    int& n = m_baseCounts[base];
+    n += change;
+    if (n <= 0)
+        m_baseCounts.remove(base);
+}
+
+void MaildirItems::append(const QString& file) {
+    m_files.append(file);
+    m_bases.append(baseOfFile(file));
+    count(m_bases.last(), +1);
 }
 
 void MaildirItems::remove(qsizetype at) {
+    count(m_bases[at], -1);
+    m_bases.removeAt(at);
     m_files.removeAt(at);
     m_walks.removed(at);
+}
+
+void MaildirItems::replace(qsizetype at, const QString& file) {
+    count(m_bases[at], -1);
+    m_files[at] = file;
+    m_bases[at] = baseOfFile(file);
+    count(m_bases[at], +1);
+}
+
+void MaildirItems::reset(const QStringList& files) {
+    m_files = files;
+    m_bases.clear();
+    m_baseCounts.clear();
+    m_bases.reserve(files.size());
+    for (const QString& file : files) {
+        m_bases.append(baseOfFile(file));
+        count(m_bases.last(), +1);
+    }
 }
 
 MaildirFolder::MaildirFolder(MaildirApplication& application, QString name, QString path,

@@ -3,6 +3,7 @@
 #include "addin/host/HostFolder.h"
 #include "addin/host/PositionalWalks.h"
 
+#include <QHash>
 #include <QList>
 #include <QStringList>
 
@@ -28,14 +29,22 @@ public:
     const QStringList& files() const { return m_files; }
     // Where the file of that base name stands in the list, or -1.
     qsizetype indexOfBase(const QString& base) const;
-    void append(const QString& file) { m_files.append(file); }
+    void append(const QString& file);
     void remove(qsizetype at);
-    void replace(qsizetype at, const QString& file) { m_files[at] = file; }
-    void reset(const QStringList& files) { m_files = files; }
+    void replace(qsizetype at, const QString& file);
+    void reset(const QStringList& files);
 
 private:
+    void count(const QString& base, int change);
+
     MaildirFolder& m_folder;
     QStringList m_files;
+    // Each file's base name, parsed once, and how many files bear each: a
+    // message is looked up by its base several times while it is judged and
+    // moved, and parsing every name of a folder of 100,000 at each look-up
+    // made a burst of new mail cost the product of the two.
+    QStringList m_bases;
+    QHash<QString, int> m_baseCounts;
     PositionalWalks m_walks{[this] { return m_files.size(); },
                             [this](qsizetype at) { return Item(int(at) + 1); }};
 };
