@@ -2,6 +2,7 @@
 # Installs what is missing, builds everything and runs every test.
 #   scripts/test.sh            the normal build and test run
 #   scripts/test.sh --sanitize also builds and tests under ASan/UBSan
+#   scripts/test.sh --long     the long load tests: 60 kills, 100,000 messages
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -9,7 +10,8 @@ sanitize=0
 for arg in "$@"; do
   case "$arg" in
     --sanitize) sanitize=1 ;;
-    *) echo "usage: $0 [--sanitize]" >&2; exit 2 ;;
+    --long) export VELMORA_LONG_TESTS=1 ;;
+    *) echo "usage: $0 [--sanitize] [--long]" >&2; exit 2 ;;
   esac
 done
 
