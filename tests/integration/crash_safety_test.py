@@ -36,37 +36,26 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True  # nothing written into the source tree
 sys.path.insert(0, str(Path(__file__).resolve().parent))
-from maildir_load import (COLLEAGUES, DataFolderCheck, MailFactory, Maildir,  # noqa: E402
+from maildir_load import (COLLEAGUES, DataFolderCheck, GeneratedMail, MailFactory, Maildir,  # noqa: E402
                           Velmora, check_messages_once, record_count, test_id_of,
                           untagged)
 
 USER_FOLDERS = (".Work", ".Work.Projects", ".Lists")
 
 
-class CrashRounds:
+class CrashRounds(GeneratedMail):
     def __init__(self, binary, work: Path, seed):
+        super().__init__(seed, Maildir(work / "Maildir"))
         self.random = random.Random(seed)
-        self.mail = MailFactory(seed)
         self.work = work
-        self.maildir = Maildir(work / "Maildir")
         self.user = Velmora(binary, work / "home", self.maildir.root)
         self.data = DataFolderCheck(self.user.data_folder)
-        self.expected = set()
-        self.spam = set()
         self.kills = {"watch": 0, "build": 0, "sweep": 0}
         self.finished_first = 0
         self.extra_copies = 0
         self.build_seconds = 0.0
         self.sweep_seconds = 0.0
         self.round = 0
-
-    def add(self, spam, folder, deliver=False):
-        test_id, raw = self.mail.message(spam)
-        (self.maildir.deliver if deliver else self.maildir.place)(raw, folder)
-        self.expected.add(test_id)
-        if spam:
-            self.spam.add(test_id)
-        return test_id
 
     def populate(self):
         for _ in range(150):

@@ -192,6 +192,24 @@ class Maildir:
         return found
 
 
+class GeneratedMail:
+    """Messages a test puts into a Maildir, remembered by their test ids."""
+
+    def __init__(self, seed, maildir: Maildir):
+        self.mail = MailFactory(seed)
+        self.maildir = maildir
+        self.expected = set()
+        self.spam = set()
+
+    def add(self, spam, folder, deliver=False):
+        test_id, raw = self.mail.message(spam)
+        (self.maildir.deliver if deliver else self.maildir.place)(raw, folder)
+        self.expected.add(test_id)
+        if spam:
+            self.spam.add(test_id)
+        return test_id
+
+
 def check_messages_once(maildir: Maildir, expected, remove_extra_copies=True):
     """Every expected message there exactly once, or twice where a subject
     rewrite was cut short: the same body, and one subject the other's with a

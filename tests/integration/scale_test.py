@@ -31,7 +31,7 @@ from pathlib import Path
 
 sys.dont_write_bytecode = True  # nothing written into the source tree
 sys.path.insert(0, str(Path(__file__).resolve().parent))
-from maildir_load import (COLLEAGUES, MailFactory, Maildir, Velmora,  # noqa: E402
+from maildir_load import (COLLEAGUES, GeneratedMail, Maildir, Velmora,  # noqa: E402
                           check_messages_once, rss_kb, untagged)
 
 USER_FOLDERS = (".Work", ".Work.Projects", ".Lists")
@@ -55,26 +55,16 @@ def timed(user, *args):
     return seconds, usage.ru_maxrss / 1024.0, text
 
 
-class Scale:
+class Scale(GeneratedMail):
     def __init__(self, binary, work: Path, messages, burst):
+        super().__init__(15, Maildir(work / "Maildir"))
         self.work, self.messages, self.burst = work, messages, burst
-        self.mail = MailFactory(15)
-        self.maildir = Maildir(work / "Maildir")
         self.user = Velmora(binary, work / "home", self.maildir.root)
-        self.expected, self.spam = set(), set()
         self.report = []
 
     def say(self, line):
         self.report.append(line)
         print(line, flush=True)
-
-    def add(self, spam, folder, deliver=False):
-        test_id, raw = self.mail.message(spam)
-        (self.maildir.deliver if deliver else self.maildir.place)(raw, folder)
-        self.expected.add(test_id)
-        if spam:
-            self.spam.add(test_id)
-        return test_id
 
     def populate(self):
         start = time.perf_counter()
