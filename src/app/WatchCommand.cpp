@@ -25,6 +25,18 @@ namespace velmora {
 
 namespace {
 
+// Runs the event loop until the user quits (or `stopAfterSeconds` pass, when
+// not negative), then saves what the watch still holds.
+template <typename Watch>
+void runUntilQuit(Watch& watch, double stopAfterSeconds, QTextStream& out) {
+    if (stopAfterSeconds >= 0)
+        QTimer::singleShot(int(stopAfterSeconds * 1000), QCoreApplication::instance(),
+                           &QCoreApplication::quit);
+    QCoreApplication::exec();
+    watch.flush();
+    out << "stopped\n";
+}
+
 // Runs the filter on the Maildir until SIGINT or SIGTERM (or --stop-after),
 // with the add-in's menu in the system tray when there is a screen.
 int watchUntilStopped(Connect& connect, SettingsStore& settings, const QString& maildirOption,
@@ -48,12 +60,7 @@ int watchUntilStopped(Connect& connect, SettingsStore& settings, const QString& 
             out << "no system tray here: the menu is not shown\n";
         out.flush();
         watch.deliverWaiting();
-        if (stopAfterSeconds >= 0)
-            QTimer::singleShot(int(stopAfterSeconds * 1000), QCoreApplication::instance(),
-                               &QCoreApplication::quit);
-        QCoreApplication::exec();
-        watch.flush();
-        out << "stopped\n";
+        runUntilQuit(watch, stopAfterSeconds, out);
     } catch (const VbError& error) {
         err << "velmora watch: " << error.description() << '\n';
         return kExitError;
@@ -95,12 +102,7 @@ int watchImapUntilStopped(Connect& connect, const ImapAccountChoice& choice,
             << "; extensions: " << app->extensionsInUse().join(QStringLiteral(" "))
             << "); the filter knows " << watch.knowledge() << '\n';
         out.flush();
-        if (stopAfterSeconds >= 0)
-            QTimer::singleShot(int(stopAfterSeconds * 1000), QCoreApplication::instance(),
-                               &QCoreApplication::quit);
-        QCoreApplication::exec();
-        watch.flush();
-        out << "stopped\n";
+        runUntilQuit(watch, stopAfterSeconds, out);
     } catch (const VbError& error) {
         err << "velmora watch: " << error.description() << '\n';
         return kExitError;
