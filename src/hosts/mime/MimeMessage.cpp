@@ -2,6 +2,7 @@
 #include "hosts/mime/MimeMessage.h"
 
 #include "hosts/mime/LineEnds.h"
+#include "hosts/mime/SimpleMessage.h"
 #include "hosts/mime/TransportHeaders.h"
 
 #include <gmime/gmime.h>
@@ -158,6 +159,8 @@ void appendAddresses(QStringList& into, InternetAddressList* list) {
 } // namespace
 
 Message parseMessage(QByteArrayView raw) {
+    if (std::optional<Message> simple = parseSimpleMessage(raw))
+        return std::move(*simple);
     const QByteArray lighter = withoutTransportHeaders(raw);
     return parseMessageAsIs(lighter.isNull() ? raw : QByteArrayView(lighter));
 }

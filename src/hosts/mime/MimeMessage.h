@@ -41,8 +41,9 @@ struct Message {
 // Reads a raw message. It never fails: a truncated message, a broken MIME
 // structure, an unknown charset or a broken encoding give what can be read.
 Message parseMessage(QByteArrayView raw);
-// The same, with every header field handed to the parser; parseMessage()
-// leaves out the fields added in transport, which change nothing it reads.
+// The same, always through the MIME parser and with every header field
+// handed to it; parseMessage() reads simple messages without it, and leaves
+// out the fields added in transport, which change nothing it reads.
 Message parseMessageAsIs(QByteArrayView raw);
 
 // The raw message with its Subject replaced by `subject` (RFC 2047 encoded
