@@ -303,6 +303,16 @@ def timed(what, since, predicate, seconds=30):
     return milliseconds
 
 
+def personal_message(mail, sender, subject, body):
+    """A plain message of no likeness to the demo's spam, as (Message-ID, raw)."""
+    mail.count += 1
+    message_id = "<own-%d-%d@velmora.test>" % (os.getpid(), mail.count)
+    raw = ("From: %s\r\nSubject: %s\r\nMessage-ID: %s\r\nMIME-Version: 1.0\r\n"
+           "Content-Type: text/plain; charset=utf-8\r\n\r\n%s"
+           % (sender, subject, message_id, body))
+    return message_id, raw.encode("utf-8")
+
+
 def scenario(root, velmora, demo_dir, qresync):
     uid, gid = 65534, 65534  # nobody: Dovecot serves no mail as root
     os.makedirs(root + "/xdg", mode=0o700, exist_ok=True)
@@ -476,6 +486,41 @@ def scenario(root, velmora, demo_dir, qresync):
             fail("the watcher ended when Trash was deleted:\n" + watcher.this_run())
         if crypto not in client.messages("INBOX") and crypto not in client.messages("Junk"):
             fail("lost a message after the folder was deleted")
+
+        # Two clients at the same moment: one rescues good mail from Junk,
+        # the other files a message from the Inbox into Junk. Done while the
+        # watcher is stopped, so that the restart sees all four halves at once:
+        # two actions, the rescued sender trusted, the other not.
+        rescued = personal_message(mail, "lena@choir.example", "Choir practice",
+                                   "Practice moves to the small hall on Wednesday.\r\n"
+                                   "Bring your folder with the new pieces.\r\n")
+        dovecot.deliver(rescued[1], "Junk")
+        wait_for("the rescued message copied into Junk",
+                 lambda: watcher.count(r"copied into Junk: Choir practice"))
+        unwanted = personal_message(mail, "desk@catalogue.example", "Quarterly catalogue",
+                                    "Your quarterly catalogue of garden furniture is ready.\r\n"
+                                    "Reply if you want a printed copy.\r\n")
+        dovecot.deliver(unwanted[1])
+        wait_for("the unwanted message judged",
+                 lambda: watcher.count(r"new mail from desk@catalogue\.example.*kept"))
+        code = watcher.stop()
+        if code != 0:
+            fail("watch ended with %r" % code)
+        client.move("Junk", [rescued[0]], "INBOX")
+        client.move("INBOX", [unwanted[0]], "Junk")
+        watcher.start()
+        wait_for("both moves replayed",
+                 lambda: watcher.count(r"moved by the user: .*Choir practice")
+                 and watcher.count(r"moved by the user: .*Quarterly catalogue"), 30)
+        time.sleep(1)
+        actions = re.findall(r"moved by the user: (.*)$", watcher.this_run(), re.M)
+        if sorted(actions) != ["Inbox -> Junk: Quarterly catalogue",
+                               "Junk -> Inbox: Choir practice"]:
+            fail("moves between two folder pairs at once, raised as %r" % actions)
+        wait_for("the rescued sender trusted",
+                 lambda: b"lena@choir.example" in data_file(watcher, "trusteml.dat"))
+        if b"desk@catalogue.example" in data_file(watcher, "trusteml.dat"):
+            fail("the sender of the message moved into Junk was trusted")
 
         code = watcher.stop()
         if code != 0 or "stopped" not in watcher.this_run():
