@@ -185,17 +185,16 @@ void ImapLiveEvents::schedule(qint64 waitMs) {
 }
 
 void ImapLiveEvents::settle(qint64 now) {
-    static qint64 loadingSince = 0;
-    if (m_loading > 0 && loadingSince == 0)
-        loadingSince = now;
+    if (m_loading > 0 && m_loadingSince == 0)
+        m_loadingSince = now;
     if (m_loading <= 0)
-        loadingSince = 0;
-    if (m_loading > 0 && now - loadingSince > kLoadingGivesUpMs) {
+        m_loadingSince = 0;
+    if (m_loading > 0 && now - m_loadingSince > kLoadingGivesUpMs) {
         log(QStringLiteral("%1 messages still not fetched after %2 s; going on without them")
                 .arg(m_loading)
                 .arg(kLoadingGivesUpMs / 1000));
         m_loading = 0;
-        loadingSince = 0;
+        m_loadingSince = 0;
     }
     // Handlers yield to the event loop, and the add-in's own commands wait
     // on it: what falls due meanwhile waits until they are done, and until

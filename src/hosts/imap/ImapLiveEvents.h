@@ -75,7 +75,8 @@ private:
     std::vector<std::unique_ptr<ImapFolderWatch>> m_watches;
     QTimer m_timer;
     QTimer m_sentTimer;
-    int m_loading = 0; // messages being fetched before their sighting
+    int m_loading = 0;         // messages being fetched before their sighting
+    qint64 m_loadingSince = 0; // when m_loading last rose from 0 (0: nothing loading)
     bool m_raising = false;
     bool m_replayOver = false;
     std::optional<quint32> m_sentUidNext;
