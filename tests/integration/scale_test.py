@@ -1,19 +1,20 @@
 #!/usr/bin/env python3
-"""Velmora on a large mailbox: build, sweep, and a burst of new mail.
+"""Velmora on a large mailbox: build, sweep, and bursts of new mail.
 
 A Maildir of generated messages (a quarter spam in Junk, half good mail in
 three folders of the user's, a quarter mixed in the Inbox, sent mail to a
 few people) is built into a database with `velmora build`, and the Inbox is
-swept with `velmora sweep Inbox`; both are timed. Then a burst of new
-messages is delivered into the Inbox's new/ all at once while `velmora watch`
-runs, its resident memory sampled from /proc throughout. Checked: every
-message of the burst is judged exactly once (one "new mail" line each),
+swept with `velmora sweep Inbox`; both are timed. Then two bursts of new
+messages are delivered into the Inbox's new/, each all at once, while one
+`velmora watch` runs, its resident memory sampled from /proc throughout and
+reported after each burst. Checked: every message of a burst is judged
+exactly once (one "new mail" line each),
 every message of the mailbox is there exactly once afterwards, and the
 watch ends cleanly. Times, rates and memory are reported, never asserted.
 
 usage: scale_test.py VELMORA [--messages N] [--burst N] [--keep]
-The short run (2,000 messages, a burst of 500) is the default;
-VELMORA_LONG_TESTS=1 makes it 100,000 messages and a burst of 10,000.
+The short run (2,000 messages, bursts of 500) is the default;
+VELMORA_LONG_TESTS=1 makes it 100,000 messages and bursts of 10,000.
 Exit status 0 passed, 1 failed.
 """
 
@@ -119,6 +120,8 @@ class Scale(GeneratedMail):
             raise AssertionError("after %s:\n  %s" % (after, "\n  ".join(problems[:20])))
 
     def burst_to_watch(self):
+        """Two bursts into one running watch: memory after the second shows
+        whether what a burst leaves behind grows with each one."""
         log = self.work / "watch.log"
         start = time.perf_counter()
         proc = self.user.start_watch(log, timeout=3600)
@@ -132,7 +135,32 @@ class Scale(GeneratedMail):
 
         time.sleep(0.5)  # settled after its start
         sample()
-        rss_start = samples[-1]
+        rest = [samples[-1]]
+        self.read_at = 0
+        for number in (1, 2):
+            burst, delivered, seconds = self.one_burst(proc, log, sample)
+            for _ in range(20):  # a second of rest after the burst
+                sample()
+                time.sleep(SAMPLE_SECONDS)
+            rest.append(samples[-1])
+            self.say("burst %d: %d messages delivered in %.1f s, all judged once within %.1f s "
+                     "of the first (%.0f a second); %s" % (
+                         number, self.burst, delivered, seconds, self.burst / seconds,
+                         self.placement(burst)))
+        code = self.user.stop(proc)
+        if code != 0:
+            raise AssertionError("velmora watch ended with %d:\n%s" % (
+                code, log.read_text(errors="replace")[-3000:]))
+        self.check_once("the bursts")
+        self.say("watch: started in %.1f s on %d messages" % (
+            started, len(self.expected) - 2 * self.burst))
+        self.say("watch memory (RSS, %d samples): start %.1f MB, after burst 1 %.1f MB, after "
+                 "burst 2 %.1f MB, peak %.1f MB" % (len(samples), rest[0] / 1024, rest[1] / 1024,
+                                                    rest[2] / 1024, max(samples) / 1024))
+
+    def one_burst(self, proc, log, sample):
+        """Delivers a burst and waits until each message of it is judged
+        exactly once: (the burst's names, seconds to deliver, seconds to judge)."""
         burst = set()
         start = time.perf_counter()
         next_sample = time.monotonic()
@@ -143,7 +171,6 @@ class Scale(GeneratedMail):
                 next_sample = time.monotonic() + SAMPLE_SECONDS
         delivered = time.perf_counter() - start
         judged = Counter()
-        read_at = 0
         deadline = time.monotonic() + 600 + self.burst
         while sum(judged.values()) < self.burst:
             if proc.poll() is not None or time.monotonic() > deadline:
@@ -151,10 +178,10 @@ class Scale(GeneratedMail):
                 raise AssertionError("velmora watch judged %d of %d:\n%s" % (
                     sum(judged.values()), self.burst, log.read_text(errors="replace")[-3000:]))
             with open(log, "rb") as f:
-                f.seek(read_at)
+                f.seek(self.read_at)
                 chunk = f.read()
             complete = chunk.rfind(b"\n") + 1
-            read_at += complete
+            self.read_at += complete
             for line in chunk[:complete].decode(errors="replace").splitlines():
                 if "new mail " not in line:
                     continue
@@ -165,29 +192,13 @@ class Scale(GeneratedMail):
             sample()
             time.sleep(SAMPLE_SECONDS)
         seconds = time.perf_counter() - start
-        for _ in range(20):  # a second of rest after the burst
-            sample()
-            time.sleep(SAMPLE_SECONDS)
-        rss_end = samples[-1]
-        code = self.user.stop(proc)
-        if code != 0:
-            raise AssertionError("velmora watch ended with %d:\n%s" % (
-                code, log.read_text(errors="replace")[-3000:]))
-
         twice = sorted(t for t, n in judged.items() if n > 1)
         never = sorted(burst - set(judged))
         strange = sorted(set(judged) - burst)
         if twice or never or strange:
             raise AssertionError("judged twice: %s; never judged: %s; not of the burst: %s" % (
                 twice[:10], never[:10], strange[:10]))
-        self.check_once("the burst")
-        self.say("watch: started in %.1f s on %d messages" % (started, len(self.expected) -
-                                                              self.burst))
-        self.say("burst: %d messages delivered in %.1f s, all judged once within %.1f s of the "
-                 "first (%.0f a second); %s" % (self.burst, delivered, seconds,
-                                                self.burst / seconds, self.placement(burst)))
-        self.say("watch memory (RSS, %d samples): start %.1f MB, peak %.1f MB, end %.1f MB" % (
-            len(samples), rss_start / 1024, max(samples) / 1024, rss_end / 1024))
+        return burst, delivered, seconds
 
 
 def main():
