@@ -48,7 +48,9 @@ int AccountCommand::run(const QStringList& arguments, QTextStream& out, QTextStr
     parser.setApplicationDescription(QStringLiteral(
         "add: logs in to the IMAP account named with --imap (the password read from the file "
         "named with --password-file, which only you may read), finds its Junk, Sent and Trash "
-        "folders and saves the account for velmora watch.\n"
+        "folders and saves the account for velmora watch. With --auth xoauth2 or oauthbearer "
+        "the file holds an OAuth access token, or, with --oauth-token-url and "
+        "--oauth-client-id, a refresh token exchanged there for access tokens.\n"
         "test: logs in to the saved account and shows what it finds.\n"
         "remove: forgets the saved account (the password file is left alone)."));
     parser.addPositionalArgument(QStringLiteral("action"), QStringLiteral("add, test or remove"));

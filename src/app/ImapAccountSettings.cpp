@@ -1,5 +1,6 @@
 #include "app/ImapAccountSettings.h"
 
+#include "hosts/imap/OAuthTokens.h"
 #include "settings/UserPaths.h"
 
 #include <QFile>
@@ -33,13 +34,28 @@ ImapAccountChoice ImapOptions::chosen(const QCommandLineParser& parser,
         choice.caFile = parser.value(caFile);
     if (parser.isSet(auth))
         choice.auth = parser.value(auth);
+    if (parser.isSet(oauthTokenUrl))
+        choice.oauthTokenUrl = parser.value(oauthTokenUrl);
+    if (parser.isSet(oauthClientId))
+        choice.oauthClientId = parser.value(oauthClientId);
+    if (parser.isSet(oauthClientSecret))
+        choice.oauthClientSecret = parser.value(oauthClientSecret);
     return choice;
 }
 
 ImapAccountChoice savedImapAccount(const SettingsStore& settings) {
-    return {saved(settings, "Url"),  saved(settings, "PasswordFile"), saved(settings, "CaFile"),
-            saved(settings, "Auth"), saved(settings, "Junk"),         saved(settings, "Sent"),
-            saved(settings, "Trash")};
+    ImapAccountChoice choice;
+    choice.url = saved(settings, "Url");
+    choice.passwordFile = saved(settings, "PasswordFile");
+    choice.caFile = saved(settings, "CaFile");
+    choice.auth = saved(settings, "Auth");
+    choice.junk = saved(settings, "Junk");
+    choice.sent = saved(settings, "Sent");
+    choice.trash = saved(settings, "Trash");
+    choice.oauthTokenUrl = saved(settings, "OAuthTokenUrl");
+    choice.oauthClientId = saved(settings, "OAuthClientId");
+    choice.oauthClientSecret = saved(settings, "OAuthClientSecret");
+    return choice;
 }
 
 void saveImapAccount(SettingsStore& settings, const ImapAccountChoice& choice) {
@@ -55,6 +71,10 @@ void saveImapAccount(SettingsStore& settings, const ImapAccountChoice& choice) {
     settings.saveAppSetting(kSection, QStringLiteral("Junk"), choice.junk);
     settings.saveAppSetting(kSection, QStringLiteral("Sent"), choice.sent);
     settings.saveAppSetting(kSection, QStringLiteral("Trash"), choice.trash);
+    settings.saveAppSetting(kSection, QStringLiteral("OAuthTokenUrl"), choice.oauthTokenUrl);
+    settings.saveAppSetting(kSection, QStringLiteral("OAuthClientId"), choice.oauthClientId);
+    settings.saveAppSetting(kSection, QStringLiteral("OAuthClientSecret"),
+                            choice.oauthClientSecret);
 }
 
 void removeImapAccount(SettingsStore& settings) {
@@ -133,10 +153,37 @@ std::optional<imap::ImapAccount> imapAccountFrom(const ImapAccountChoice& choice
                                 "with --password-file");
         return std::nullopt;
     }
+    const bool refreshes = !choice.oauthTokenUrl.isEmpty();
+    if (refreshes) {
+        const QUrl tokenUrl(choice.oauthTokenUrl, QUrl::StrictMode);
+        if (account.credentials.method == imap::ImapCredentials::Method::Password) {
+            *error = QStringLiteral("an OAuth token endpoint is of use only with --auth xoauth2 "
+                                    "or oauthbearer");
+            return std::nullopt;
+        }
+        if (!tokenUrl.isValid() || tokenUrl.scheme() != QStringLiteral("https") ||
+            tokenUrl.host().isEmpty()) {
+            *error = QStringLiteral("%1: not an https:// address; the refresh token is never "
+                                    "sent in the clear")
+                         .arg(choice.oauthTokenUrl);
+            return std::nullopt;
+        }
+        if (choice.oauthClientId.isEmpty()) {
+            *error = QStringLiteral("a refresh token needs the OAuth client it was issued to: "
+                                    "name it with --oauth-client-id");
+            return std::nullopt;
+        }
+    }
     const auto secret = readSecretFile(choice.passwordFile, error);
     if (!secret)
         return std::nullopt;
-    account.credentials.secret = *secret;
+    if (refreshes) {
+        imap::OAuthTokens::Client client{QUrl(choice.oauthTokenUrl), choice.oauthClientId,
+                                         choice.oauthClientSecret, choice.caFile};
+        account.credentials.tokens = std::make_shared<imap::OAuthTokens>(client, *secret);
+    } else {
+        account.credentials.secret = *secret;
+    }
     account.folders = {choice.junk, choice.sent, choice.trash};
     account.stateDirectory = imapStateDirectory(account);
     return account;

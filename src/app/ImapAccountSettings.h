@@ -12,16 +12,24 @@
 namespace velmora {
 
 // An IMAP account as the user names it: on the command line
-// (--imap imaps://user@host[:port], --password-file, --ca-file, --auth) or in
-// the settings file's section "Imap" (Url, PasswordFile, CaFile, Auth, Junk,
-// Sent, Trash), where `velmora account add` puts it. The password itself
-// never appears in either: it is read from a file only its owner can read.
+// (--imap imaps://user@host[:port], --password-file, --ca-file, --auth,
+// --oauth-token-url, --oauth-client-id, --oauth-client-secret) or in the
+// settings file's section "Imap" (Url, PasswordFile, CaFile, Auth,
+// OAuthTokenUrl, OAuthClientId, OAuthClientSecret, Junk, Sent, Trash), where
+// `velmora account add` puts it. The password or token itself never appears
+// in either: it is read from a file only its owner can read.
 struct ImapAccountChoice {
     QString url;          // imaps://user@host[:port] (TLS) or imap://… (STARTTLS)
-    QString passwordFile; // holds the password, an app password or an access token
+    QString passwordFile; // holds the password, an app password, an access or refresh token
     QString caFile;       // a CA trusted beside the system's; may be empty
     QString auth;         // "password" (default), "xoauth2" or "oauthbearer"
     QString junk, sent, trash;
+    // With a token endpoint the password file holds an OAuth refresh token,
+    // exchanged there for access tokens. A client secret of an installed
+    // application is no secret (providers say so), hence kept in the settings.
+    QString oauthTokenUrl;
+    QString oauthClientId;
+    QString oauthClientSecret;
 
     bool isSet() const { return !url.isEmpty(); }
 };
@@ -44,11 +52,26 @@ struct ImapOptions {
         QStringLiteral("file")};
     QCommandLineOption auth{QStringLiteral("auth"),
                             QStringLiteral("How to log in: password (default), xoauth2 or "
-                                           "oauthbearer (the file then holds an access token)."),
+                                           "oauthbearer (the file then holds an access token, or "
+                                           "a refresh token with --oauth-token-url)."),
                             QStringLiteral("method")};
+    QCommandLineOption oauthTokenUrl{
+        QStringLiteral("oauth-token-url"),
+        QStringLiteral("The provider's OAuth token endpoint (https://...): the password file "
+                       "then holds a refresh token, exchanged there for access tokens."),
+        QStringLiteral("url")};
+    QCommandLineOption oauthClientId{
+        QStringLiteral("oauth-client-id"),
+        QStringLiteral("The OAuth client the refresh token was issued to."), QStringLiteral("id")};
+    QCommandLineOption oauthClientSecret{
+        QStringLiteral("oauth-client-secret"),
+        QStringLiteral("That client's secret, where the provider wants one (an installed "
+                       "application's, which is not confidential)."),
+        QStringLiteral("secret")};
 
     void addTo(QCommandLineParser& parser) const {
-        parser.addOptions({imap, passwordFile, caFile, auth});
+        parser.addOptions(
+            {imap, passwordFile, caFile, auth, oauthTokenUrl, oauthClientId, oauthClientSecret});
     }
     // What the command line says, the rest from `saved`.
     ImapAccountChoice chosen(const QCommandLineParser& parser,
@@ -61,7 +84,8 @@ void removeImapAccount(SettingsStore& settings);
 
 // The account to connect to, or nothing with the reason in `error`: a URL
 // that is not imap:// or imaps://, no user, a password file that is missing,
-// empty, or readable by others.
+// empty, or readable by others, a token endpoint without an OAuth method or
+// client, or not https://.
 std::optional<imap::ImapAccount> imapAccountFrom(const ImapAccountChoice& choice, QString* error);
 
 // The secret in `path`, its trailing line break dropped. Refuses a file that

@@ -1,6 +1,7 @@
 // An IMAP account as the user names it: the password only ever from a file
 // of the user's own, never from the URL.
 #include "app/ImapAccountSettings.h"
+#include "hosts/imap/OAuthTokens.h"
 
 #include "support/TestSupport.h"
 
@@ -64,5 +65,56 @@ TEST(ImapAccountSettings, PasswordOnlyFromAPrivateFileAndUrlsReadStrictly) {
         EXPECT_FALSE(imapAccountFrom(bad, &error)) << r.url;
         EXPECT_TRUE(error.contains(QString::fromUtf8(r.error))) << error.toStdString();
         EXPECT_FALSE(error.contains(QStringLiteral("s3cret"))) << "the secret is never shown";
+    }
+}
+
+// With a token endpoint the file holds a refresh token: the endpoint must be
+// https://, the method an OAuth one, and the client named.
+TEST(ImapAccountSettings, RefreshTokensNeedAnHttpsEndpointAndAClient) {
+    QTemporaryDir dir;
+    const QString secret = dir.filePath(QStringLiteral("refresh-token"));
+    {
+        QFile file(secret);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("1//refresh-token\n");
+    }
+    QFile::setPermissions(secret, QFile::ReadOwner | QFile::WriteOwner);
+    ImapAccountChoice choice;
+    choice.url = QStringLiteral("imaps://ann@mail.example.org");
+    choice.passwordFile = secret;
+    choice.auth = QStringLiteral("oauthbearer");
+    choice.oauthTokenUrl = QStringLiteral("https://login.example.org/oauth2/token");
+    choice.oauthClientId = QStringLiteral("velmora-desktop");
+    choice.caFile = QStringLiteral("/etc/ssl/private-ca.pem");
+    QString error;
+    const auto account = imapAccountFrom(choice, &error);
+    ASSERT_TRUE(account) << error.toStdString();
+    ASSERT_TRUE(account->credentials.tokens);
+    EXPECT_TRUE(account->credentials.secret.isEmpty()) << "no access token in the account";
+    const imap::OAuthTokens::Client& client = account->credentials.tokens->client();
+    EXPECT_EQ(client.tokenUrl.toString(), choice.oauthTokenUrl);
+    EXPECT_EQ(client.clientId, choice.oauthClientId);
+    EXPECT_EQ(client.caFile, choice.caFile) << "the token endpoint trusts the same CA";
+
+    const struct {
+        const char* auth;
+        const char* tokenUrl;
+        const char* clientId;
+        const char* error;
+    } refused[] = {
+        {"password", "https://login.example.org/token", "id", "only with --auth xoauth2"},
+        {"xoauth2", "http://login.example.org/token", "id", "not an https:// address"},
+        {"xoauth2", "login.example.org/token", "id", "not an https:// address"},
+        {"xoauth2", "https://login.example.org/token", "", "name it with --oauth-client-id"},
+    };
+    for (const auto& r : refused) {
+        ImapAccountChoice bad = choice;
+        bad.auth = QString::fromUtf8(r.auth);
+        bad.oauthTokenUrl = QString::fromUtf8(r.tokenUrl);
+        bad.oauthClientId = QString::fromUtf8(r.clientId);
+        error.clear();
+        EXPECT_FALSE(imapAccountFrom(bad, &error)) << r.tokenUrl;
+        EXPECT_TRUE(error.contains(QString::fromUtf8(r.error))) << error.toStdString();
+        EXPECT_FALSE(error.contains(QStringLiteral("1//refresh"))) << "the token is never shown";
     }
 }

@@ -131,6 +131,8 @@ void ImapApplication::connectCommands() {
         throw hostError(opened.text);
     const ImapResult loggedIn = waitDone(
         [&](ImapConnection::Done done) { connection->login(m_account.credentials, done); });
+    if (loggedIn.status == ImapResult::Status::Failed)
+        throw hostError(loggedIn.text); // dropped, or no OAuth token to be had
     if (!loggedIn.ok())
         throw hostError(
             QStringLiteral("%1: the server refused the login of %2: %3")

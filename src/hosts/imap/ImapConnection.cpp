@@ -1,6 +1,7 @@
 #include "hosts/imap/ImapConnection.h"
 
 #include "hosts/imap/ImapData.h"
+#include "hosts/imap/OAuthTokens.h"
 #include "hosts/imap/SaslMechanisms.h"
 
 #include <QSslCertificate>
@@ -106,6 +107,42 @@ void ImapConnection::login(const ImapCredentials& credentials, Done done) {
                                                          : QStringLiteral("before TLS is up"))));
         return;
     }
+    if (credentials.tokens && credentials.method != ImapCredentials::Method::Password) {
+        loginWithToken(credentials, false, std::move(done));
+        return;
+    }
+    authenticate(credentials, credentials.secret, std::move(done));
+}
+
+void ImapConnection::loginWithToken(const ImapCredentials& credentials, bool again, Done done) {
+    // The connection is the context: deleted, it hears nothing more.
+    credentials.tokens->accessToken(this, [this, credentials, again, done = std::move(done)](
+                                              const QString& token, const QString& error) {
+        if (m_phase != Phase::Ready) {
+            done(ImapResult::failed(QStringLiteral("%1: not connected").arg(m_endpoint.name())));
+            return;
+        }
+        if (token.isEmpty()) {
+            // Nothing to log in with: the connection is of no more use.
+            done(ImapResult::failed(error));
+            fail(error);
+            return;
+        }
+        authenticate(
+            credentials, token, [this, credentials, token, again, done](const ImapResult& result) {
+                // Revoked or expired early: one new token, one more try.
+                if (!result.ok() && result.status != ImapResult::Status::Failed && !again) {
+                    credentials.tokens->refused(token);
+                    loginWithToken(credentials, true, done);
+                    return;
+                }
+                done(result);
+            });
+    });
+}
+
+void ImapConnection::authenticate(const ImapCredentials& credentials, const QString& secret,
+                                  Done done) {
     const auto authenticate = [this](QByteArrayView mechanism, const QByteArray& initial) {
         ImapCommand command(QByteArrayLiteral("AUTHENTICATE"));
         command.raw(mechanism);
@@ -120,24 +157,24 @@ void ImapConnection::login(const ImapCredentials& credentials, Done done) {
     switch (credentials.method) {
     case ImapCredentials::Method::Password:
         if (hasCapability("AUTH=PLAIN")) {
-            command = authenticate("PLAIN", sasl::plain(credentials.user, credentials.secret));
+            command = authenticate("PLAIN", sasl::plain(credentials.user, secret));
         } else if (!hasCapability("LOGINDISABLED")) {
             // The last resort; safe only because the connection is encrypted.
             command = ImapCommand(QByteArrayLiteral("LOGIN"));
-            command->string(credentials.user.toUtf8()).string(credentials.secret.toUtf8()).secret();
+            command->string(credentials.user.toUtf8()).string(secret.toUtf8()).secret();
         }
         wanted = "AUTHENTICATE PLAIN or LOGIN";
         break;
     case ImapCredentials::Method::XOAuth2:
         if (hasCapability("AUTH=XOAUTH2"))
-            command = authenticate("XOAUTH2", sasl::xoauth2(credentials.user, credentials.secret));
+            command = authenticate("XOAUTH2", sasl::xoauth2(credentials.user, secret));
         wanted = "AUTHENTICATE XOAUTH2";
         break;
     case ImapCredentials::Method::OAuthBearer:
         if (hasCapability("AUTH=OAUTHBEARER"))
             command = authenticate("OAUTHBEARER",
-                                   sasl::oauthBearer(credentials.user, credentials.secret,
-                                                     m_endpoint.host, m_endpoint.effectivePort()));
+                                   sasl::oauthBearer(credentials.user, secret, m_endpoint.host,
+                                                     m_endpoint.effectivePort()));
         wanted = "AUTHENTICATE OAUTHBEARER";
         break;
     }

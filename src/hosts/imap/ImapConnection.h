@@ -46,7 +46,10 @@ public:
     // and the capabilities. `done` gets Ok when commands can be sent.
     void open(const ImapEndpoint& endpoint, Done done);
     // Logs in with the best mechanism both sides have (see ImapCredentials)
-    // and reads the capabilities again, as they change after login.
+    // and reads the capabilities again, as they change after login. With
+    // OAuth tokens to refresh, the access token is asked for first, and a
+    // token the server refuses is replaced once and tried again; when no
+    // token can be had, the connection fails with the reason.
     void login(const ImapCredentials& credentials, Done done);
     // Queues a command. While IDLE runs, IDLE is ended first.
     void run(ImapCommand command, Done done);
@@ -115,6 +118,8 @@ private:
     void handleContinuation(const ImapResponse& response);
     void handleTagged(const ImapResponse& response);
     void afterGreeting();
+    void loginWithToken(const ImapCredentials& credentials, bool again, Done done);
+    void authenticate(const ImapCredentials& credentials, const QString& secret, Done done);
     void startTls();
     void finishOpening();
     void queueInternal(ImapCommand command, Kind kind, Done done);

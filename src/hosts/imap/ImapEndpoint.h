@@ -3,7 +3,11 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <memory>
+
 namespace velmora::imap {
+
+class OAuthTokens;
 
 // Where and how to reach a server. There is deliberately no way to send
 // anything in the clear or to accept a certificate that does not verify: a
@@ -39,6 +43,10 @@ struct ImapCredentials {
     Method method = Method::Password;
     QString user;
     QString secret; // the password or the access token
+    // With an OAuth method: where access tokens come from when the user
+    // holds a refresh token (`secret` is then unused). Shared by every
+    // connection of the account.
+    std::shared_ptr<OAuthTokens> tokens;
 };
 
 } // namespace velmora::imap

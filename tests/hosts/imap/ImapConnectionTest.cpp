@@ -3,11 +3,16 @@
 
 #include "hosts/imap/ImapClient.h"
 #include "hosts/imap/ImapConnection.h"
+#include "hosts/imap/OAuthTokens.h"
 #include "hosts/imap/SaslMechanisms.h"
 
 #include "support/TestSupport.h"
 
+#include <QFile>
+#include <QSslKey>
+#include <QSslServer>
 #include <QTest>
+#include <QUrlQuery>
 
 #include <memory>
 
@@ -72,6 +77,64 @@ struct Conversation {
     }
 };
 
+// The provider's token endpoint on loopback, over TLS with a test
+// certificate: each POST gets the next scripted answer, and its form is kept.
+class FakeTokenEndpoint final : public QSslServer {
+public:
+    struct Answer {
+        int status;
+        QByteArray json;
+    };
+
+    explicit FakeTokenEndpoint(const TestCertificates::Pair& pair) {
+        QSslConfiguration tls = QSslConfiguration::defaultConfiguration();
+        tls.setLocalCertificate(QSslCertificate::fromPath(pair.certificate).value(0));
+        QFile key(pair.key);
+        (void)key.open(QIODevice::ReadOnly);
+        tls.setPrivateKey(QSslKey(&key, QSsl::Ec));
+        tls.setPeerVerifyMode(QSslSocket::VerifyNone);
+        setSslConfiguration(tls);
+        connect(this, &QTcpServer::pendingConnectionAvailable, this, [this] {
+            while (QTcpSocket* socket = nextPendingConnection())
+                serve(socket);
+        });
+        listen(QHostAddress::LocalHost, 0);
+    }
+
+    QUrl url() const {
+        return QUrl(QStringLiteral("https://localhost:%1/token").arg(serverPort()));
+    }
+
+    QList<Answer> answers;
+    QList<QUrlQuery> forms;
+
+private:
+    void serve(QTcpSocket* socket) {
+        auto received = std::make_shared<QByteArray>();
+        connect(socket, &QTcpSocket::disconnected, socket, &QObject::deleteLater);
+        connect(socket, &QTcpSocket::readyRead, this, [this, socket, received] {
+            *received += socket->readAll();
+            const qsizetype end = received->indexOf("\r\n\r\n");
+            if (end < 0)
+                return;
+            qsizetype length = 0;
+            for (const QByteArray& line : received->left(end).split('\n'))
+                if (line.toLower().startsWith("content-length:"))
+                    length = line.mid(15).trimmed().toLongLong();
+            if (received->size() < end + 4 + length)
+                return;
+            forms.append(QUrlQuery(QString::fromUtf8(received->mid(end + 4, length))));
+            received->clear();
+            const Answer answer = answers.isEmpty() ? Answer{500, "{}"} : answers.takeFirst();
+            socket->write("HTTP/1.1 " + QByteArray::number(answer.status) +
+                          " Scripted\r\nContent-Type: application/json\r\nContent-Length: " +
+                          QByteArray::number(answer.json.size()) + "\r\nConnection: close\r\n\r\n" +
+                          answer.json);
+            socket->disconnectFromHost();
+        });
+    }
+};
+
 #define OPEN_OR_SKIP(conversation, greeting)                                                       \
     do {                                                                                           \
         QString whyNot;                                                                            \
@@ -89,7 +152,7 @@ TEST(ImapConnection, LogsInThenRunsQueuedCommandsOneAtATime) {
 
     Awaited<> login;
     c.connection.login(
-        {ImapCredentials::Method::Password, QStringLiteral("anna"), QStringLiteral("pässword")},
+        {ImapCredentials::Method::Password, QStringLiteral("anna"), QStringLiteral("pässword"), {}},
         login.done());
     EXPECT_EQ(c.server->nextLine(),
               "V1 AUTHENTICATE PLAIN " +
@@ -140,7 +203,7 @@ TEST(ImapConnection, LiteralsAndSaslWaitForTheContinuation) {
     OPEN_OR_SKIP(c, "* OK [CAPABILITY IMAP4rev1 AUTH=PLAIN UIDPLUS] ready\r\n");
     Awaited<> login;
     c.connection.login(
-        {ImapCredentials::Method::Password, QStringLiteral("anna"), QStringLiteral("pw")},
+        {ImapCredentials::Method::Password, QStringLiteral("anna"), QStringLiteral("pw"), {}},
         login.done());
     EXPECT_EQ(c.server->nextLine(), "V1 AUTHENTICATE PLAIN");
     c.server->send("+ \r\n");
@@ -212,7 +275,7 @@ TEST(ImapConnection, LoginMechanismFollowsWhatTheServerOffers) {
         Conversation c;
         OPEN_OR_SKIP(c, "* OK [CAPABILITY " + QByteArray(t.capabilities) + "] hi\r\n");
         Awaited<> login;
-        c.connection.login({t.method, QStringLiteral("anna"), QString::fromUtf8(t.secret)},
+        c.connection.login({t.method, QStringLiteral("anna"), QString::fromUtf8(t.secret), {}},
                            login.done());
         if (t.sent.isEmpty()) {
             EXPECT_TRUE(c.server->quietFor(100));
@@ -429,5 +492,104 @@ TEST(ImapConnection, StartTlsIsNeverSkipped) {
         EXPECT_TRUE(opened.result->text.contains(QString::fromUtf8(t.error)))
             << opened.result->text.toStdString();
         EXPECT_TRUE(server.quietFor(50));
+    }
+}
+
+// With a refresh token, each login asks the provider's token endpoint for an
+// access token (TLS verified as for IMAP), keeps it while it lasts, renews it
+// before it expires, and replaces it once when the server refuses it. A
+// refused refresh is one clear error naming the endpoint and the provider's
+// reason, and no token goes to the server.
+TEST(ImapConnection, OAuthRefreshTokensAreExchangedAtTheTokenEndpoint) {
+    QString why;
+    const TestCertificates* certificates = TestCertificates::get(&why);
+    if (!certificates)
+        GTEST_SKIP() << why.toStdString();
+    FakeTokenEndpoint endpoint(certificates->localhost);
+    const auto tokensFor = [&](const QUrl& url) {
+        return std::make_shared<OAuthTokens>(OAuthTokens::Client{url, QStringLiteral("client-7"),
+                                                                 QStringLiteral("sh h"),
+                                                                 certificates->caFile, 5000},
+                                             QStringLiteral("rt/refresh+token"));
+    };
+    const auto tokens = tokensFor(endpoint.url());
+    const ImapCredentials credentials{ImapCredentials::Method::XOAuth2, QStringLiteral("anna"),
+                                      QString(), tokens};
+    const QByteArray greeting = "* OK [CAPABILITY IMAP4rev1 SASL-IR AUTH=XOAUTH2] hi\r\n";
+    const auto authenticate = [](const char* token) {
+        return "V1 AUTHENTICATE XOAUTH2 " +
+               sasl::xoauth2(QStringLiteral("anna"), QString::fromLatin1(token));
+    };
+
+    // The first token is refused by the server: one new token, one more try.
+    endpoint.answers = {{200, R"({"access_token":"at-1","expires_in":3600})"},
+                        {200, R"({"access_token":"at-2","expires_in":"2"})"},
+                        {200, R"({"access_token":"at-3","token_type":"Bearer"})"}};
+    Conversation first;
+    OPEN_OR_SKIP(first, greeting);
+    Awaited<> login;
+    first.connection.login(credentials, login.done());
+    EXPECT_EQ(first.server->nextLine(), authenticate("at-1"));
+    first.server->send("V1 NO [AUTHENTICATIONFAILED] Invalid credentials\r\n");
+    EXPECT_EQ(first.server->nextLine(),
+              "V2 AUTHENTICATE XOAUTH2 " +
+                  sasl::xoauth2(QStringLiteral("anna"), QStringLiteral("at-2")));
+    first.server->send("V2 OK [CAPABILITY IMAP4rev1 IDLE] in\r\n");
+    ASSERT_TRUE(login.wait());
+    EXPECT_TRUE(login.result->ok()) << login.result->describe().toStdString();
+    ASSERT_EQ(endpoint.forms.size(), 2);
+    const QUrlQuery& form = endpoint.forms.first();
+    EXPECT_EQ(form.queryItemValue(QStringLiteral("grant_type")), QStringLiteral("refresh_token"));
+    EXPECT_EQ(form.queryItemValue(QStringLiteral("refresh_token"), QUrl::FullyDecoded),
+              QStringLiteral("rt/refresh+token"));
+    EXPECT_EQ(form.queryItemValue(QStringLiteral("client_id")), QStringLiteral("client-7"));
+    EXPECT_EQ(form.queryItemValue(QStringLiteral("client_secret"), QUrl::FullyDecoded),
+              QStringLiteral("sh h"));
+
+    // at-2 lives two seconds: it is renewed before it expires, unasked, and
+    // the next connection logs in with the new one without a refresh of its own.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return tokens->refreshes() == 3; }, 10'000));
+    Conversation second;
+    OPEN_OR_SKIP(second, greeting);
+    Awaited<> again;
+    second.connection.login(credentials, again.done());
+    EXPECT_EQ(second.server->nextLine(), authenticate("at-3"));
+    second.server->send("V1 OK [CAPABILITY IMAP4rev1] in\r\n");
+    ASSERT_TRUE(again.wait());
+    EXPECT_TRUE(again.result->ok());
+    EXPECT_EQ(endpoint.forms.size(), 3);
+    EXPECT_TRUE(first.failures.isEmpty() && second.failures.isEmpty());
+
+    // A refresh token the provider no longer honours, and an endpoint whose
+    // certificate comes from a CA not trusted here: the login fails at once,
+    // naming the endpoint and the cause; the server is told nothing.
+    endpoint.answers = {
+        {400, R"({"error":"invalid_grant","error_description":"Token has been revoked."})"}};
+    FakeTokenEndpoint stranger(certificates->stranger);
+    const struct {
+        QUrl url;
+        QString expected;
+    } refusals[] = {
+        {endpoint.url(), QStringLiteral("the token endpoint %1 refused the refresh token: "
+                                        "invalid_grant (Token has been revoked.)")
+                             .arg(endpoint.url().toString())},
+        {stranger.url(), QStringLiteral("the token endpoint %1 could not be reached: ")
+                             .arg(stranger.url().toString())},
+    };
+    for (const auto& refusal : refusals) {
+        SCOPED_TRACE(refusal.url.toString().toStdString());
+        Conversation refused;
+        OPEN_OR_SKIP(refused, greeting);
+        Awaited<> failed;
+        refused.connection.login({ImapCredentials::Method::OAuthBearer, QStringLiteral("anna"),
+                                  QString(), tokensFor(refusal.url)},
+                                 failed.done());
+        ASSERT_TRUE(failed.wait());
+        EXPECT_EQ(failed.result->status, ImapResult::Status::Failed);
+        EXPECT_TRUE(failed.result->text.startsWith(refusal.expected))
+            << failed.result->text.toStdString();
+        EXPECT_FALSE(failed.result->text.contains(QStringLiteral("refresh+token")));
+        EXPECT_EQ(refused.failures, QStringList{failed.result->text});
+        EXPECT_TRUE(refused.server->quietFor(100));
     }
 }
