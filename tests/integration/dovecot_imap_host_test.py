@@ -16,8 +16,10 @@ import ctypes
 import imaplib
 import os
 import re
+import select
 import shutil
 import signal
+import socket
 import ssl
 import struct
 import subprocess
@@ -231,6 +233,170 @@ class FileWrites:
         os.close(self.fd)
 
 
+class FaultyProxy:
+    """A TLS proxy on loopback between velmora and Dovecot's implicit TLS port
+    that fails what the test asks for, on the message with a given Message-ID:
+      - ("no", id): the FETCH of the whole message is answered NO, as by a
+        server that cannot read it for now;
+      - ("cut", id): the connection is cut in the middle of the message's
+        literal;
+      - ("hold append", id): the server's OK to the APPEND of a message is
+        kept back, so that the test can kill the watcher between the APPEND
+        and the EXPUNGE of a subject rewrite (`append_held` is set then).
+    Each fault is used once, in the order given. Everything else passes
+    through unchanged, one logical line (with its literals) at a time."""
+
+    LITERAL = re.compile(rb"\{(\d+)\+?\}\r\n$")
+
+    def __init__(self, dovecot, certificates):
+        self.upstream_port = dovecot.tls_port
+        self.listener = socket.create_server(("127.0.0.1", 0))
+        self.port = self.listener.getsockname()[1]
+        self.server_tls = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
+        self.server_tls.load_cert_chain(certificates["cert.pem"], certificates["key.pem"])
+        self.client_tls = ssl.create_default_context(cafile=certificates["ca.pem"])
+        self.faults = []
+        self.lock = threading.Lock()
+        self.append_held = threading.Event()
+        self.sockets = []
+        self.stopped = False
+        threading.Thread(target=self.accept, daemon=True).start()
+
+    def stop(self):
+        self.stopped = True
+        self.listener.close()
+        with self.lock:
+            for s in self.sockets:
+                try:
+                    s.close()
+                except OSError:
+                    pass
+
+    def take_fault(self, kind, data):
+        with self.lock:
+            for at, (fault, message_id) in enumerate(self.faults):
+                if fault == kind and message_id.encode() in data:
+                    del self.faults[at]
+                    return True
+        return False
+
+    def accept(self):
+        while not self.stopped:
+            try:
+                connection, _ = self.listener.accept()
+            except OSError:
+                return
+            threading.Thread(target=self.serve, args=(connection,), daemon=True).start()
+
+    def serve(self, connection):
+        try:
+            client = self.server_tls.wrap_socket(connection, server_side=True)
+            server = self.client_tls.wrap_socket(
+                socket.create_connection(("127.0.0.1", self.upstream_port)),
+                server_hostname="localhost")
+        except (OSError, ssl.SSLError):
+            connection.close()
+            return
+        with self.lock:
+            self.sockets += [client, server]
+        # One thread per connection, reading whichever side has data: an SSL
+        # socket must not be read and written from two threads at once.
+        state = {"from client": bytearray(), "from server": bytearray(),
+                 "client literal": 0, "append": None, "append tag": None, "fail tag": False}
+        try:
+            while not self.stopped:
+                ready, _, _ = select.select([client, server], [], [], 0.5)
+                for side in ready:
+                    while True:
+                        data = side.recv(65536)
+                        if not data:
+                            return
+                        if side is client:
+                            state["from client"] += data
+                            self.from_client(state, server)
+                        else:
+                            state["from server"] += data
+                            if not self.from_server(state, client):
+                                return
+                        if not side.pending():
+                            break
+        except (OSError, ssl.SSLError):
+            pass
+        finally:
+            client.close()
+            server.close()
+
+    def from_client(self, state, server):
+        """Passes on what velmora sent, line by line; a literal is passed on
+        as it comes (a synchronising one waits for the server's +)."""
+        buffer = state["from client"]
+        while buffer:
+            if state["client literal"]:
+                part = bytes(buffer[:state["client literal"]])
+                del buffer[:len(part)]
+                state["client literal"] -= len(part)
+                if state["append"] is not None:
+                    state["append"] += part
+                    if not state["client literal"]:
+                        if self.take_fault("hold append", state["append"]):
+                            state["append tag"] = state["append command"]
+                        state["append"] = None
+                server.sendall(part)
+                continue
+            end = buffer.find(b"\r\n")
+            if end < 0:
+                return
+            line = bytes(buffer[:end + 2])
+            del buffer[:end + 2]
+            literal = self.LITERAL.search(line)
+            if literal:
+                state["client literal"] = int(literal.group(1))
+                words = line.split(b" ", 2)
+                if len(words) > 1 and words[1].upper() == b"APPEND":
+                    state["append"], state["append command"] = b"", words[0]
+            server.sendall(line)
+
+    def from_server(self, state, client):
+        """Passes on each whole response from Dovecot, failing the ones asked
+        for. False when the connection is to be cut."""
+        buffer = state["from server"]
+        while True:
+            # A response is a line, and where it ends in a literal, the
+            # literal and the rest after it.
+            at, literals = 0, []
+            while True:
+                end = buffer.find(b"\r\n", at)
+                if end < 0:
+                    return True
+                literal = self.LITERAL.search(bytes(buffer[at:end + 2]))
+                if not literal:
+                    break
+                size = int(literal.group(1))
+                if len(buffer) < end + 2 + size:
+                    return True
+                literals.append((end + 2, size))
+                at = end + 2 + size
+            response = bytes(buffer[:end + 2])
+            del buffer[:end + 2]
+            tag = response.split(b" ", 1)[0]
+            if literals and b" FETCH " in response[:40] and b"BODY[] {" in response:
+                if self.take_fault("cut", response):
+                    start, size = literals[-1]
+                    client.sendall(response[:start + size // 2])
+                    return False
+                if self.take_fault("no", response):
+                    state["fail tag"] = True
+                    continue
+            if tag not in (b"*", b"+"):
+                if state["fail tag"]:
+                    state["fail tag"] = False
+                    response = tag + b" NO [SERVERBUG] Internal error occurred.\r\n"
+                elif tag == state["append tag"]:
+                    self.append_held.set()
+                    continue
+            client.sendall(response)
+
+
 class Watcher:
     """`velmora watch` on the account, and the other velmora commands."""
 
@@ -311,6 +477,85 @@ def personal_message(mail, sender, subject, body):
            "Content-Type: text/plain; charset=utf-8\r\n\r\n%s"
            % (sender, subject, message_id, body))
     return message_id, raw.encode("utf-8")
+
+
+def copies(client, message_id):
+    """Subject of every copy of a message in the Inbox and Junk."""
+    found = []
+    for folder in ("INBOX", "Junk"):
+        client.imap.select(folder)
+        typ, data = client.imap.uid("SEARCH", None, "HEADER", "Message-ID", message_id)
+        for uid in data[0].split():
+            typ, parts = client.imap.uid("FETCH", uid.decode(),
+                                         "(BODY.PEEK[HEADER.FIELDS (SUBJECT)])")
+            found.append(parts[0][1].decode("utf-8", "replace").strip())
+    return found
+
+
+def faults(watcher, proxy, client, dovecot, mail, password_file, certificates):
+    """The watcher through a proxy that fails what it is told to."""
+    watcher.start("--imap", "imaps://%s@localhost:%d" % (USER, proxy.port),
+                  "--password-file", password_file, "--ca-file", certificates["ca.pem"])
+
+    # A message the server cannot hand out for a while: told by folder and
+    # UID, asked again later, and judged once it comes; the watch goes on.
+    seedlings = personal_message(mail, "ines@garden.example", "Seedlings",
+                                 "The tomato seedlings are ready to be picked up.\r\n")
+    proxy.faults = [("no", seedlings[0]), ("no", seedlings[0])]
+    dovecot.deliver(seedlings[1])
+    wait_for("the refused message judged at last",
+             lambda: watcher.count(r"new mail from ines@garden\.example"), 30)
+    for wait in ("1", "2"):
+        told = (r"^\S+ Inbox: message UID \d+ could not be fetched \(NO \[SERVERBUG\] Internal "
+                r"error occurred\.\); asked again in %s s$" % wait)
+        if watcher.count(told) != 1:
+            fail("a refused FETCH, not told as %r:\n%s" % (told, watcher.this_run()))
+
+    # The connection cut in the middle of the message: fetched again after
+    # the reconnect.
+    bread = personal_message(mail, "otto@bakery.example", "Bread order",
+                             "Two rye loaves for Saturday morning, please.\r\n" * 200)
+    proxy.faults = [("cut", bread[0])]
+    dovecot.deliver(bread[1])
+    wait_for("the message cut short judged at last",
+             lambda: watcher.count(r"new mail from otto@bakery\.example"), 30)
+    if not watcher.count(r"^\S+ Inbox: message UID \d+ could not be fetched \(the connection "
+                         r"was lost\); fetched again once connected$"):
+        fail("a FETCH cut short, not told:\n" + watcher.this_run())
+    time.sleep(2)  # anything twice would show now
+    for sender in ("ines@garden", "otto@bakery"):
+        if watcher.count(r"new mail from %s" % sender) != 1:
+            fail("%s judged %d times" % (sender, watcher.count(r"new mail from %s" % sender)))
+    if proxy.faults or watcher.ended():
+        fail("faults left %r, watcher ended: %r" % (proxy.faults, watcher.ended()))
+
+    # Killed between the APPEND of a rewritten message and the EXPUNGE of
+    # the old one: both copies are on the server; the next start removes the
+    # old one and keeps the rewritten one, judging nothing again.
+    lottery = mail.raw("learn/spam/02-lottery.txt")
+    proxy.faults = [("hold append", lottery[0])]
+    dovecot.deliver(lottery[2])
+    wait_for("the APPEND of the rewrite", proxy.append_held.is_set, 30)
+    watcher.process.kill()
+    watcher.process.wait()
+    watcher.log.close()
+    left = copies(client, lottery[0])
+    if len(left) != 2:
+        fail("after the kill, the rewritten message is there as %r, not twice" % left)
+    watcher.start("--imap", "imaps://%s@localhost:%d" % (USER, proxy.port),
+                  "--password-file", password_file, "--ca-file", certificates["ca.pem"])
+    wait_for("the old copy removed",
+             lambda: watcher.count(r"removed the old copy of a message whose subject rewrite "
+                                   r"was interrupted"), 30)
+    time.sleep(2)
+    left = copies(client, lottery[0])
+    if len(left) != 1 or not re.match(r"Subject: \{S:\d+%\} You are a WINNER", left[0]):
+        fail("after the restart, the rewritten message is there as %r" % left)
+    if watcher.count(r"claims@global-lotto|copied into|moved by the user|gone from"):
+        fail("the finished rewrite was told as something else:\n" + watcher.this_run())
+    code = watcher.stop()
+    if code != 0 or "stopped" not in watcher.this_run():
+        fail("watch ended with %r" % code)
 
 
 def scenario(root, velmora, demo_dir, qresync):
@@ -523,8 +768,13 @@ def scenario(root, velmora, demo_dir, qresync):
             fail("the sender of the message moved into Junk was trusted")
 
         code = watcher.stop()
-        if code != 0 or "stopped" not in watcher.this_run():
+        if code != 0:
             fail("watch ended with %r" % code)
+        proxy = FaultyProxy(dovecot, certificates)
+        try:
+            faults(watcher, proxy, client, dovecot, mail, password_file, certificates)
+        finally:
+            proxy.stop()
         print(watcher.output())
     finally:
         if writes:

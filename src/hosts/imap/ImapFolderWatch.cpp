@@ -18,6 +18,8 @@ ImapFolderWatch::ImapFolderWatch(const ImapAccount& account, ImapFolder& folder,
     : m_account(account), m_folder(folder), m_listener(std::move(listener)) {
     m_reconnect.setSingleShot(true);
     connect(&m_reconnect, &QTimer::timeout, this, [this] { connectNow(); });
+    m_refetch.setSingleShot(true);
+    connect(&m_refetch, &QTimer::timeout, this, [this] { scheduleSync(); });
 }
 
 ImapFolderWatch::~ImapFolderWatch() {
@@ -81,14 +83,8 @@ void ImapFolderWatch::connectNow() {
 void ImapFolderWatch::onLost(const QString& reason) {
     ++m_generation; // what the old connection still says is stale
     m_ready = m_idling = m_syncing = m_fetching = false;
-    if (!m_toFetch.isEmpty()) {
-        const UidSet again = UidSet::fromList(m_toFetch);
-        m_toFetch.clear();
-        for (const quint32 uid : again.toList())
-            m_folder.removeMessage(uid);
-        if (m_listener.notFetched)
-            m_listener.notFetched(m_folder, again, reason, true);
-    }
+    if (!m_toFetch.isEmpty())
+        fetchLater(UidSet::fromList(std::exchange(m_toFetch, {})), reason, true);
     if (m_stopped)
         return;
     log(QStringLiteral("%1: %2; connecting again in %3 s")
@@ -316,24 +312,39 @@ void ImapFolderWatch::fetchBodies() {
             }
             if (!whole.isEmpty() && m_listener.fetched)
                 m_listener.fetched(m_folder, whole);
-            const bool again = result.status == ImapResult::Status::Failed;
-            if (!missing.isEmpty()) {
-                if (again)
-                    for (const quint32 uid : missing.toList())
-                        m_folder.removeMessage(uid);
-                if (m_listener.notFetched)
-                    m_listener.notFetched(m_folder, missing,
-                                          result.ok() ? QStringLiteral("the server sent no message "
-                                                                       "(deleted meanwhile?)")
-                                                      : result.describe(),
-                                          again);
-            }
-            if (again)
+            const bool lost = result.status == ImapResult::Status::Failed;
+            if (!missing.isEmpty())
+                fetchLater(missing,
+                           result.ok() ? QStringLiteral("the server sent no message (deleted "
+                                                        "meanwhile?)")
+                                       : result.describe(),
+                           lost);
+            else
+                m_refetchMs = 1000;
+            if (lost)
                 return; // the rest is handed back by onLost()
             noteUpdates(result);
             fetchBodies();
             resumeIdle();
         });
+}
+
+void ImapFolderWatch::fetchLater(const UidSet& uids, const QString& why, bool connectionLost) {
+    for (const quint32 uid : uids.toList())
+        m_folder.removeMessage(uid);
+    m_folder.setModSeq(0); // diffed from now on (see the class comment)
+    if (m_listener.notFetched)
+        m_listener.notFetched(m_folder, uids, why, connectionLost);
+    const QString what = QStringLiteral("%1: message UID %2 could not be fetched")
+                             .arg(m_folder.Name(), QString::fromLatin1(uids.toImap()));
+    if (connectionLost) {
+        // The reconnect diffs the folder and finds them; onLost() says why.
+        log(what + QStringLiteral(" (the connection was lost); fetched again once connected"));
+        return;
+    }
+    log(QStringLiteral("%1 (%2); asked again in %3 s").arg(what, why).arg(m_refetchMs / 1000.0));
+    m_refetch.start(m_refetchMs);
+    m_refetchMs = qMin(m_refetchMs * 2, qMax(1000, m_account.reconnectMaxMs));
 }
 
 void ImapFolderWatch::finishSync() {

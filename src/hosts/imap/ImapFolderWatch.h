@@ -24,7 +24,15 @@ class ImapFolder;
 //     catching up, and flag changes are noted;
 //   - a dropped connection is opened again after 1 s, 2 s, 4 s ... up to
 //     the account's maximum; a folder that can no longer be selected (it was
-//     deleted) stops the watch, told once.
+//     deleted) stops the watch, told once;
+//   - a message that cannot be fetched (the server says NO, or the
+//     connection drops in the middle) is taken off the snapshot and found
+//     again by the next diff of the folder's UIDs: after the reconnect, or
+//     after 1 s, 2 s, 4 s ... up to the account's maximum. Until the next
+//     reconnect the folder is diffed rather than caught up from QRESYNC,
+//     which asks only above the largest UID known, and a snapshot saved
+//     meanwhile says so (no HIGHESTMODSEQ), so that the next start diffs
+//     too. Each failure is logged with the folder and UID.
 // What it finds is handed to the listener, messages that arrived fetched
 // whole (BODY.PEEK[]), in batches.
 class ImapFolderWatch final : public QObject {
@@ -36,9 +44,9 @@ public:
         std::function<QList<quint32>(ImapFolder&, const QList<FetchedMessage>&)> appeared;
         std::function<void(ImapFolder&, const Vanished&)> vanished;
         std::function<void(ImapFolder&, const QList<FetchedMessage>&)> fetched;
-        // UIDs asked for that did not come. With `again` true (the
-        // connection dropped) they are taken off the snapshot and come again
-        // after the reconnect.
+        // UIDs asked for that did not come. They are taken off the snapshot
+        // and come again through appeared() once they can be fetched; `again`
+        // says the connection dropped (else the server refused them).
         std::function<void(ImapFolder&, const UidSet&, const QString& why, bool again)> notFetched;
         // The replay after a (re)connect is done; the folder is idling.
         std::function<void(ImapFolder&)> caughtUp;
@@ -64,6 +72,7 @@ private:
     void takeNew(const QList<FetchedMessage>& keys);
     void takeVanished(const UidSet& uids);
     void fetchBodies();
+    void fetchLater(const UidSet& uids, const QString& why, bool connectionLost);
     void finishSync();
     void resumeIdle();
     void scheduleSync();
@@ -81,6 +90,8 @@ private:
     quint64 m_generation = 0;
     QTimer m_reconnect;
     int m_backoffMs = 1000;
+    QTimer m_refetch; // the next diff after a message could not be fetched
+    int m_refetchMs = 1000;
     bool m_ready = false;    // selected
     bool m_caughtUp = false; // the first replay is done
     bool m_stopped = false;  // no longer watched

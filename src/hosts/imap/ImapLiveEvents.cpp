@@ -152,13 +152,10 @@ void ImapLiveEvents::fetched(ImapFolder& folder, const QList<FetchedMessage>& me
     schedule(0);
 }
 
-void ImapLiveEvents::notFetched(ImapFolder& folder, const UidSet& uids, const QString& why,
-                                bool again) {
+void ImapLiveEvents::notFetched(ImapFolder&, const UidSet& uids, const QString&, bool) {
+    // The watcher logs it and hands the messages over again once fetched;
+    // meanwhile they hold nothing else back.
     m_loading -= int(uids.size());
-    if (!again)
-        log(QStringLiteral("%1: message UID %2 could not be fetched (%3); it stays on the server "
-                           "as it is, not judged")
-                .arg(folder.Name(), QString::fromLatin1(uids.toImap()), why));
     schedule(0);
 }
 
