@@ -1,5 +1,7 @@
 #include "settings/IniSyntax.h"
 
+#include "base/HexDigit.h"
+
 #include <QStringDecoder>
 #include <QStringEncoder>
 
@@ -14,22 +16,12 @@ bool isLineEnd(char c) {
     return c == '\r' || c == '\n';
 }
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 int octalValue(char c) {
     return (c >= '0' && c <= '7') ? c - '0' : -1;
 }
 
 bool isHexDigit(char16_t c) {
-    return c < 0x80 && hexValue(static_cast<char>(c)) >= 0;
+    return c < 0x80 && hexDigitValue(static_cast<char>(c)) >= 0;
 }
 
 // The character a backslash and `c` stand for, or 0 when that is no simple
@@ -232,7 +224,7 @@ IniValueText unescapeIniValue(QByteArrayView in) {
                     chopAtEnd = false;
                     break;
                 }
-                if (hexValue(in[i]) >= 0) {
+                if (hexDigitValue(in[i]) >= 0) {
                     appendNumberEscape(0, 4, hexValue);
                     continue;
                 }

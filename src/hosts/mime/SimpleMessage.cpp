@@ -1,5 +1,6 @@
 #include "hosts/mime/SimpleMessage.h"
 
+#include "base/HexDigit.h"
 #include "hosts/mime/LineEnds.h"
 
 #include <array>
@@ -318,16 +319,6 @@ std::optional<ContentType> contentTypeOf(const QByteArray& value) {
     return type;
 }
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
 // Quoted-printable with only well-formed escapes and soft line breaks.
 std::optional<QByteArray> fromQuotedPrintable(View content) {
     QByteArray bytes;
@@ -342,8 +333,8 @@ std::optional<QByteArray> fromQuotedPrintable(View content) {
             i += 1;
         } else if (rest.startsWith("\r\n")) {
             i += 2;
-        } else if (rest.size() >= 2 && hexValue(rest[0]) >= 0 && hexValue(rest[1]) >= 0) {
-            bytes.append(char(hexValue(rest[0]) * 16 + hexValue(rest[1])));
+        } else if (rest.size() >= 2 && hexDigitValue(rest[0]) >= 0 && hexDigitValue(rest[1]) >= 0) {
+            bytes.append(char(hexDigitValue(rest[0]) * 16 + hexDigitValue(rest[1])));
             i += 2;
         } else {
             return std::nullopt;
