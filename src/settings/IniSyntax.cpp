@@ -225,7 +225,7 @@ IniValueText unescapeIniValue(QByteArrayView in) {
                     break;
                 }
                 if (hexDigitValue(in[i]) >= 0) {
-                    appendNumberEscape(0, 4, hexValue);
+                    appendNumberEscape(0, 4, hexDigitValue);
                     continue;
                 }
             } else if (octalValue(e) >= 0) {
