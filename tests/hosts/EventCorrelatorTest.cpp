@@ -75,6 +75,30 @@ TEST(EventCorrelator, MovesInABatchAreOneActionAndLoneArrivalsAreNewMail) {
     EXPECT_TRUE(c.idle());
 }
 
+// New mail the user moves on before it is reported (a rename out of new/, or
+// a server's copy then expunge) is a move from the Inbox, never a copy into
+// the other folder; new mail deleted at once is nothing at all.
+TEST(EventCorrelator, NewMailMovedOnAtOnceIsAMoveAndDeletedAtOnceIsNothing) {
+    Reports reports;
+    Correlator c({500, 40}, reports.handlers());
+    c.arrival(at("Inbox", "i1", 1), 0);
+    c.vanish(at("Inbox", "i1", 0), 100); // renamed: gone first...
+    c.arrival(at("Junk", "i1", 2), 100); // ...then there
+    c.settle(200);
+    EXPECT_EQ(reports.lines, QStringList{QStringLiteral("moved 2:Inbox>Junk")});
+
+    reports.lines.clear();
+    c.arrival(at("Inbox", "i2", 3), 1000);
+    c.arrival(at("Junk", "i2", 4), 1100); // copied first...
+    c.vanish(at("Inbox", "i2", 0), 1110); // ...then expunged
+    c.arrival(at("Inbox", "i3", 5), 1200);
+    c.vanish(at("Inbox", "i3", 0), 1250); // delivered and deleted at once
+    c.settle(1300);
+    c.settle(2000);
+    EXPECT_EQ(reports.lines, QStringList{QStringLiteral("moved 4:Inbox>Junk")});
+    EXPECT_TRUE(c.idle());
+}
+
 TEST(EventCorrelator, PairsByKeyBeforeNameAndNeverWithinOneFolder) {
     Reports reports;
     Correlator c({500, 40}, reports.handlers());

@@ -32,7 +32,8 @@ struct Sighting {
 //   - an arrival left unpaired for `pairWindowMs` is new mail (or a copy), and
 //     a vanishing left unpaired is a deletion;
 //   - an arrival that vanishes from its folder before it is reported is
-//     dropped.
+//     dropped; when it then appears in another folder (the user moved new
+//     mail at once), that is a move from the first folder all the same.
 //
 // It keeps no clock of its own: the caller passes the time (milliseconds on
 // any monotonic clock) with every call, and calls settle() when told to, so
@@ -86,8 +87,9 @@ public:
             m_moves.append({std::move(seen), m_arrived.takeAt(at).seen});
             return;
         }
-        if (!cameAndWent)
-            m_vanished.append({std::move(seen), now});
+        // One that came and went is kept for pairing only: a vanishing of
+        // a message never reported is no deletion to report.
+        m_vanished.append({std::move(seen), now, cameAndWent});
     }
 
     // Reports everything that is due at `now`. Returns the milliseconds until
@@ -114,6 +116,7 @@ private:
     struct Waiting {
         Seen seen;
         qint64 since;
+        bool neverReported = false; // its arrival was dropped unreported
     };
 
     // The waiting sighting that pairs with `seen`: in another folder, with the
@@ -134,8 +137,11 @@ private:
 
     QList<Seen> takeDue(QList<Waiting>& waiting, qint64 now) const {
         QList<Seen> due;
-        while (!waiting.isEmpty() && now - waiting.first().since >= m_timing.pairWindowMs)
-            due.append(waiting.takeFirst().seen);
+        while (!waiting.isEmpty() && now - waiting.first().since >= m_timing.pairWindowMs) {
+            Waiting first = waiting.takeFirst();
+            if (!first.neverReported)
+                due.append(std::move(first.seen));
+        }
         return due;
     }
 

@@ -24,7 +24,8 @@ class MaildirItem;
 //   - one that appears anywhere else (a copy, a server-side filter): as a
 //     copy, BeforeItemCopy and BeforeItemPaste with it as the selection,
 //     then ItemAdd;
-//   - one that came and went before it was reported: nothing;
+//   - one that came and went before it was reported: nothing, unless it went
+//     to another folder, which is a move from the first like any other;
 //   - messages moved together between folders are one user action:
 //     BeforeMove with them as the explorer's selection, then ItemRemove on
 //     the source and ItemAdd on the destination for each;
