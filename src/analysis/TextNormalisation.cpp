@@ -57,8 +57,10 @@ QString ToLower(const QString& text) {
             firstChange = i;
         }
     }
-    // The host gets a turn for every line, the dropped last one included.
-    for (qsizetype line = 0; line <= lineBreaks; ++line)
+    // The host gets a turn for every line, the dropped last one included; an
+    // empty text has no lines at all.
+    const qsizetype lines = n == 0 ? 0 : lineBreaks + 1;
+    for (qsizetype line = 0; line < lines; ++line)
         yieldToHost();
 
     if (kept == 0)

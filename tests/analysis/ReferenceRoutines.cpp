@@ -104,7 +104,7 @@ QString withCrLf(QString text) {
 
 QString ToLower(const QString& text) {
     QString result;
-    const QStringList lines = text.split(kLineBreak.toString());
+    const QStringList lines = vbSplit(text, kLineBreak);
     const qsizetype upperBound = lines.size() - 1;
     const bool severalLines = upperBound > 0;
     for (qsizetype i = 0; i <= upperBound; ++i) {

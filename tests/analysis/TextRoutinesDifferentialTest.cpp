@@ -6,7 +6,9 @@
 
 #include "support/TestSupport.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QEvent>
 #include <QFile>
 
 #include <random>
@@ -90,7 +92,46 @@ QStringList demoMailTexts() {
     return texts;
 }
 
+// Counts the host's turns: an event that posts itself again each time it is
+// delivered, once per turn.
+class YieldCounter : public QObject {
+public:
+    YieldCounter() { post(); }
+    ~YieldCounter() override { QCoreApplication::removePostedEvents(this); }
+    int turns = 0;
+
+protected:
+    void customEvent(QEvent*) override {
+        ++turns;
+        post();
+    }
+
+private:
+    void post() { QCoreApplication::postEvent(this, new QEvent(QEvent::User)); }
+};
+
+template <typename Routine>
+int turnsTaken(Routine routine) {
+    YieldCounter counter;
+    routine();
+    return counter.turns;
+}
+
 } // namespace
+
+// The host gets a turn at the same places: once a line, none for no text.
+TEST(TextRoutinesDifferential, ToLowerYieldsOnceALine) {
+    EXPECT_EQ(turnsTaken([] { ToLower(QString()); }), 0);
+    EXPECT_EQ(turnsTaken([] { ToLower(QStringLiteral("one")); }), 1);
+    EXPECT_EQ(turnsTaken([] { ToLower(QStringLiteral("one\r\ntwo\r\n")); }), 3);
+    std::mt19937 random(5);
+    for (int i = 0; i < 2000; ++i) {
+        const QString input = randomText(random, kTextPieces, 30);
+        ASSERT_EQ(turnsTaken([&] { ToLower(input); }),
+                  turnsTaken([&] { reference::ToLower(input); }))
+            << "input: " << input.toStdString();
+    }
+}
 
 TEST(TextRoutinesDifferential, ToLowerAndAnalyseTextAgreeOnRandomAndRealText) {
     std::mt19937 random(20261123);
