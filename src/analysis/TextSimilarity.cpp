@@ -41,7 +41,9 @@ float comparetxt(const TxtRec& stored, const TxtRec& candidate) {
             for (int k = 0; k < 16; ++k)
                 *total += toByte(comppar(float(stored.Counts[k]), float(candidate.Counts[k])));
         }
-        const float densityLikeness = comppar(float(density(stored)), float(density(candidate)));
+        // The stored record's density first: when both fail, its error is the one told.
+        const float storedDensity = float(density(stored));
+        const float densityLikeness = comppar(storedDensity, float(density(candidate)));
         score = float(roundHalfEvenTo2(((*total / 16.0) * 2 + densityLikeness) / 3));
         if (score < 100) {
             if (stored.MailAddr == candidate.MailAddr)

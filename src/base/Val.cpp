@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <string>
 
 namespace velmora {
 namespace {
@@ -84,14 +85,12 @@ double parseVal(const Unit* p, const Unit* end) {
         return 0.0;
     }
 
-    // Collect the number's characters, blanks removed, into a small buffer that
-    // std::from_chars can read (it ignores the locale, unlike strtod).
-    char buf[400];
-    std::size_t n = 0;
-    auto put = [&](char c) {
-        if (n < sizeof buf - 1)
-            buf[n++] = c;
-    };
+    // Collect the number's characters, blanks removed, into a text that
+    // std::from_chars can read (it ignores the locale, unlike strtod). Numbers
+    // in the data files are short enough to stay in the string's own buffer;
+    // a damaged file's long ones are read whole all the same.
+    std::string text;
+    auto put = [&](char c) { text.push_back(c); };
     std::uint64_t integer = 0; // fast path for plain whole numbers
     int significantDigits = 0;
     bool plainInteger = true;
@@ -128,18 +127,13 @@ double parseVal(const Unit* p, const Unit* end) {
             const bool minus = isSign(q, end) && *q == Unit('-');
             if (isSign(q, end))
                 ++q;
-            char expBuf[32];
-            std::size_t en = 0;
-            if (readDigits(q, end, [&](char c) {
-                    if (en < sizeof expBuf)
-                        expBuf[en++] = c;
-                })) {
+            std::string exponent;
+            if (readDigits(q, end, [&](char c) { exponent.push_back(c); })) {
                 plainInteger = false;
                 expNegative = minus;
                 put('e');
                 put(minus ? '-' : '+');
-                for (std::size_t i = 0; i < en; ++i)
-                    put(expBuf[i]);
+                text += exponent;
             }
         }
     }
@@ -148,7 +142,7 @@ double parseVal(const Unit* p, const Unit* end) {
         return negative ? -static_cast<double>(integer) : static_cast<double>(integer);
 
     double value = 0.0;
-    const auto result = std::from_chars(buf, buf + n, value);
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
     if (result.ec == std::errc::result_out_of_range) {
         // from_chars leaves the value alone both ways: tell a number too small
         // to represent (which is simply 0) from one too large.

@@ -41,6 +41,11 @@ TEST(Val, ReadsTheLongestNumericPrefixLeniently) {
         EXPECT_EQ(Val(QString::fromLatin1(c.text)), c.value) << c.text;
         EXPECT_EQ(Val(QByteArrayView(c.text)), c.value) << c.text;
     }
+    // Numbers of any length are read whole (a damaged file can hold them).
+    const QString zeros(500, QLatin1Char('0'));
+    EXPECT_EQ(Val(zeros + QStringLiteral("1.5")), 1.5);
+    EXPECT_EQ(Val(QStringLiteral("1") + zeros.left(450) + QStringLiteral("e-445")), 100000);
+    EXPECT_EQ(Val(QStringLiteral("1e") + zeros.left(40) + QStringLiteral("5")), 100000);
 }
 
 TEST(Val, ANumberBeyondDoubleRangeOverflows) {
