@@ -86,6 +86,7 @@ TEST(SimpleMessageDifferential, PlainFormsReadAsTheParserReadsThemAndOthersAreLe
         "Message-ID: <a b@c>\n\nhi\n",
         "Content-Type: text/plain; charset=iso-8859-15\n\ncaf\xa4\n",
         "Content-Type: text/plain; charset=us-ascii\n\ncaf\xc3\xa9\n",
+        "Content-Type: text/plain; charset=shift_jis\n\nC:\\dir ~x\n",
         "Content-Transfer-Encoding: quoted-printable\n\nx =G1\n",
         "Content-Transfer-Encoding: quoted-printable\n\nx=",
         "Content-Transfer-Encoding: base64\n\nYWJjZA\n",

@@ -406,7 +406,8 @@ bool isAscii(View bytes) {
 }
 
 // Charsets that read ASCII as ASCII: text in one of them that holds only
-// ASCII needs no converting.
+// ASCII needs no converting. (Not Shift_JIS, which reads the backslash as a
+// yen sign and the tilde as an overline.)
 bool isAsciiCompatible(View charset) {
     static const View kNames[] = {
         "us-ascii",     "iso-8859-2",   "iso-8859-3",   "iso-8859-4",   "iso-8859-5",
@@ -414,7 +415,7 @@ bool isAsciiCompatible(View charset) {
         "iso-8859-13",  "iso-8859-14",  "iso-8859-15",  "windows-1250", "windows-1251",
         "windows-1252", "windows-1253", "windows-1254", "windows-1255", "windows-1256",
         "windows-1257", "windows-1258", "koi8-r",       "koi8-u",       "gb2312",
-        "gbk",          "big5",         "euc-kr",       "euc-jp",       "shift_jis",
+        "gbk",          "big5",         "euc-kr",       "euc-jp",
     };
     for (View name : kNames) {
         if (charset == name)
