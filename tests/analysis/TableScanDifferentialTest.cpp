@@ -149,3 +149,39 @@ TEST(TableScanDifferential, AStringFirstSeenDuringAScanStillEarnsItsBonus) {
     EXPECT_EQ(scan.score(2), comparetxt(table[2], candidate));
     EXPECT_GT(scan.score(2), without);
 }
+
+// The host may change the table at any yield of a scan: a score handed out
+// after a change is the score of the record as it is then, even inside a
+// batch scored before the change.
+TEST(TableScanDifferential, ChangesBetweenTwoScoresOfOneBatchAreSeen) {
+    test::RecordingSink messages; // damaged records are told about, both ways alike
+    RandomRecords random;
+    for (int round = 0; round < 60; ++round) {
+        TxtRecords table;
+        for (int n = 0; n < 100; ++n)
+            table.append(random.next());
+        const TxtRec candidate = random.next();
+        TxtTableScan scan(table, candidate);
+        for (int i = 1; i <= table.upperBound(); ++i) {
+            ASSERT_EQ(std::bit_cast<std::uint32_t>(scan.score(i)),
+                      std::bit_cast<std::uint32_t>(comparetxt(table[i], candidate)))
+                << "round " << round << ", record " << i;
+            switch (random.below(8)) {
+            case 0: // a record of the scored batch still ahead of the scan
+                if (i < table.upperBound())
+                    table[i + 1 + random.below(std::min(31, table.upperBound() - i))] =
+                        random.next();
+                break;
+            case 1: // one learnt before the scan's place: everything shifts
+                table.insertAt(1 + random.below(i), random.next());
+                break;
+            case 2:
+                if (table.upperBound() > i + 1)
+                    table.removeLast();
+                break;
+            default:
+                break;
+            }
+        }
+    }
+}
