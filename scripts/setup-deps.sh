@@ -8,6 +8,7 @@ packages=(
   qt6-base-dev qt6-base-dev-tools qt6-image-formats-plugins qt6-qpa-plugins
   xvfb xauth
   libgmime-3.0-dev
+  libsecret-1-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   # scripts/fuzz.sh: clang with its sanitizer and libFuzzer runtimes, and the
   # symbolizer that puts names and lines in their reports

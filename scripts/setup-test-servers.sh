@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Installs Dovecot for the test with a real mail server, without letting the
 # package start the system's own Dovecot: the test runs its own throwaway one
-# on loopback. Skips what is already present. Run as root (or with sudo).
+# on loopback. Also a D-Bus daemon and GNOME Keyring, which the keyring test
+# starts headless on a session bus of its own. Skips what is already present.
+# Run as root (or with sudo).
 set -euo pipefail
 
-packages=(dovecot-core dovecot-imapd python3 util-linux openssl)
+packages=(dovecot-core dovecot-imapd python3 util-linux openssl
+          dbus-daemon dbus-bin gnome-keyring)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -1,6 +1,7 @@
 #include "app/AccountCommand.h"
 
 #include "app/CommandOptions.h"
+#include "app/DesktopKeyring.h"
 #include "app/ImapAccountSettings.h"
 #include "base/VbError.h"
 #include "hosts/imap/ImapApplication.h"
@@ -9,16 +10,63 @@
 
 #include <QCommandLineParser>
 
+#include <termios.h>
+#include <unistd.h>
+
 namespace velmora {
 
 namespace {
 
+// The secret for `account add --password-keyring`: typed on the terminal
+// without echo, or else all of standard input (a pipe or a file), its
+// trailing line break dropped as from a password file. Never on the command
+// line, where the list of processes would show it.
+std::optional<QString> readTypedSecret(const QString& accountUrl, QTextStream& err,
+                                       QString* error) {
+    const bool terminal = ::isatty(STDIN_FILENO);
+    termios saved{};
+    if (terminal) {
+        err << "Password for " << accountUrl << " (kept in the desktop keyring): ";
+        err.flush();
+        ::tcgetattr(STDIN_FILENO, &saved);
+        termios quiet = saved;
+        quiet.c_lflag &= ~tcflag_t(ECHO);
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+    }
+    QByteArray typed;
+    char buffer[256];
+    for (;;) {
+        const ssize_t got = ::read(STDIN_FILENO, buffer, sizeof buffer);
+        if (got <= 0)
+            break;
+        typed.append(buffer, got);
+        if (terminal && typed.contains('\n'))
+            break;
+    }
+    if (terminal) {
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);
+        err << '\n';
+        if (const qsizetype end = typed.indexOf('\n'); end >= 0)
+            typed.truncate(end);
+    }
+    QString secret = QString::fromUtf8(typed);
+    typed.fill('\0');
+    while (secret.endsWith(u'\n') || secret.endsWith(u'\r'))
+        secret.chop(1);
+    if (secret.isEmpty()) {
+        *error = terminal ? QStringLiteral("no password typed")
+                          : QStringLiteral("no password on standard input");
+        return std::nullopt;
+    }
+    return secret;
+}
+
 // Logs in and lists the folders; prints what was found. Returns the
 // account's special folders as the server names them, or nothing.
 std::optional<imap::SpecialFolders> check(const ImapAccountChoice& choice, QTextStream& out,
-                                          QTextStream& err) {
+                                          QTextStream& err, const SecretSource& given = {}) {
     QString problem;
-    auto account = imapAccountFrom(choice, &problem);
+    auto account = imapAccountFrom(choice, &problem, given);
     if (!account) {
         err << "velmora account: " << problem << '\n';
         return std::nullopt;
@@ -47,12 +95,15 @@ int AccountCommand::run(const QStringList& arguments, QTextStream& out, QTextStr
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "add: logs in to the IMAP account named with --imap (the password read from the file "
-        "named with --password-file, which only you may read), finds its Junk, Sent and Trash "
-        "folders and saves the account for velmora watch. With --auth xoauth2 or oauthbearer "
-        "the file holds an OAuth access token, or, with --oauth-token-url and "
-        "--oauth-client-id, a refresh token exchanged there for access tokens.\n"
+        "named with --password-file, which only you may read, or with --password-keyring typed "
+        "on the terminal or given on standard input and kept in the desktop keyring), finds its "
+        "Junk, Sent and Trash folders and saves the account for velmora watch. With --auth "
+        "xoauth2 or oauthbearer the secret is an OAuth access token, or, with "
+        "--oauth-token-url and --oauth-client-id, a refresh token exchanged there for access "
+        "tokens.\n"
         "test: logs in to the saved account and shows what it finds.\n"
-        "remove: forgets the saved account (the password file is left alone)."));
+        "remove: forgets the saved account and deletes its password from the desktop keyring "
+        "(a password file is left alone)."));
     parser.addPositionalArgument(QStringLiteral("action"), QStringLiteral("add, test or remove"));
     const ImapOptions imapOptions;
     imapOptions.addTo(parser);
@@ -75,6 +126,16 @@ int AccountCommand::run(const QStringList& arguments, QTextStream& out, QTextStr
         }
         removeImapAccount(settings);
         out << "forgot " << saved.url << '\n';
+        if (!saved.passwordInKeyring)
+            return kExitOk;
+        QString problem;
+        const auto entry = keyringEntryFor(saved.url, &problem);
+        if (!entry || !DesktopKeyring::remove(*entry, &problem)) {
+            err << "velmora account: the password stays in the desktop keyring: " << problem
+                << '\n';
+            return kExitError;
+        }
+        out << "deleted its password from the desktop keyring\n";
         return kExitOk;
     }
     if (action == QStringLiteral("add") && !parser.isSet(imapOptions.imap)) {
@@ -86,10 +147,25 @@ int AccountCommand::run(const QStringList& arguments, QTextStream& out, QTextStr
         return kExitError;
     }
     ImapAccountChoice choice = imapOptions.chosen(parser, saved);
-    const auto folders = check(choice, out, err);
+    // A new secret for the keyring is asked for once the rest of the account
+    // is found sound, and kept only once it has logged in.
+    std::optional<QString> typed;
+    SecretSource given;
+    if (action == QStringLiteral("add") && parser.isSet(imapOptions.passwordKeyring))
+        given = [&](QString* error) { return typed = readTypedSecret(choice.url, err, error); };
+    const auto folders = check(choice, out, err, given);
     if (!folders)
         return kExitError;
     if (action == QStringLiteral("add")) {
+        if (typed) {
+            QString problem;
+            const auto entry = keyringEntryFor(choice.url, &problem);
+            if (!entry || !DesktopKeyring::store(*entry, *typed, &problem)) {
+                err << "velmora account: " << problem << '\n';
+                return kExitError;
+            }
+            out << "kept the password in the desktop keyring\n";
+        }
         choice.junk = folders->junk;
         choice.sent = folders->sent;
         choice.trash = folders->trash;

@@ -26,10 +26,19 @@ ImapAccountChoice ImapOptions::chosen(const QCommandLineParser& parser,
         // Another account than the saved one: its folders are found anew.
         choice = ImapAccountChoice();
         choice.url = parser.value(imap);
-        choice.passwordFile = saved.url == choice.url ? saved.passwordFile : QString();
+        if (saved.url == choice.url) {
+            choice.passwordFile = saved.passwordFile;
+            choice.passwordInKeyring = saved.passwordInKeyring;
+        }
     }
-    if (parser.isSet(passwordFile))
-        choice.passwordFile = parser.value(passwordFile);
+    // Either option replaces where the saved account keeps its secret; both
+    // together are left for imapAccountFrom() to refuse.
+    const bool fromFile = parser.isSet(passwordFile);
+    const bool fromKeyring = parser.isSet(passwordKeyring);
+    if (fromFile || fromKeyring) {
+        choice.passwordFile = fromFile ? parser.value(passwordFile) : QString();
+        choice.passwordInKeyring = fromKeyring;
+    }
     if (parser.isSet(caFile))
         choice.caFile = parser.value(caFile);
     if (parser.isSet(auth))
@@ -47,6 +56,7 @@ ImapAccountChoice savedImapAccount(const SettingsStore& settings) {
     ImapAccountChoice choice;
     choice.url = saved(settings, "Url");
     choice.passwordFile = saved(settings, "PasswordFile");
+    choice.passwordInKeyring = saved(settings, "PasswordKeyring") == QStringLiteral("true");
     choice.caFile = saved(settings, "CaFile");
     choice.auth = saved(settings, "Auth");
     choice.junk = saved(settings, "Junk");
@@ -64,6 +74,8 @@ void saveImapAccount(SettingsStore& settings, const ImapAccountChoice& choice) {
                             choice.passwordFile.isEmpty()
                                 ? QString()
                                 : QFileInfo(choice.passwordFile).absoluteFilePath());
+    settings.saveAppSetting(kSection, QStringLiteral("PasswordKeyring"),
+                            choice.passwordInKeyring ? QStringLiteral("true") : QString());
     settings.saveAppSetting(kSection, QStringLiteral("CaFile"),
                             choice.caFile.isEmpty() ? QString()
                                                     : QFileInfo(choice.caFile).absoluteFilePath());
@@ -110,24 +122,28 @@ std::optional<QString> readSecretFile(const QString& path, QString* error) {
     return secret;
 }
 
-std::optional<imap::ImapAccount> imapAccountFrom(const ImapAccountChoice& choice, QString* error) {
-    const QUrl url(choice.url, QUrl::StrictMode);
+namespace {
+
+// The server and user that `text` names, or nothing with the reason.
+std::optional<imap::ImapAccount> accountAt(const QString& text, QString* error) {
+    const QUrl url(text, QUrl::StrictMode);
     imap::ImapAccount account;
     if (!url.isValid() || url.host().isEmpty() ||
         (url.scheme() != QStringLiteral("imaps") && url.scheme() != QStringLiteral("imap"))) {
         *error = QStringLiteral("%1: not an IMAP account; write imaps://user@host[:port] (TLS) "
                                 "or imap://user@host[:port] (STARTTLS)")
-                     .arg(choice.url);
+                     .arg(text);
         return std::nullopt;
     }
     if (url.userName().isEmpty()) {
-        *error = choice.url + QStringLiteral(": no user name (imaps://user@host)");
+        *error = text + QStringLiteral(": no user name (imaps://user@host)");
         return std::nullopt;
     }
     if (!url.password().isEmpty()) {
         *error = QStringLiteral("a password in the URL is not taken: it would show in the list "
                                 "of processes; put it in a file readable by you alone and name "
-                                "it with --password-file");
+                                "it with --password-file, or keep it in the desktop keyring "
+                                "with --password-keyring");
         return std::nullopt;
     }
     account.endpoint.host = url.host();
@@ -136,8 +152,26 @@ std::optional<imap::ImapAccount> imapAccountFrom(const ImapAccountChoice& choice
                                     : imap::ImapEndpoint::Security::StartTls;
     if (url.port() > 0)
         account.endpoint.port = quint16(url.port());
-    account.endpoint.caFile = choice.caFile;
     account.credentials.user = url.userName();
+    return account;
+}
+
+} // namespace
+
+std::optional<DesktopKeyring::Entry> keyringEntryFor(const QString& url, QString* error) {
+    const auto account = accountAt(url, error);
+    if (!account)
+        return std::nullopt;
+    return DesktopKeyring::Entry{account->credentials.user, account->endpoint.name()};
+}
+
+std::optional<imap::ImapAccount> imapAccountFrom(const ImapAccountChoice& choice, QString* error,
+                                                 const SecretSource& given) {
+    auto found = accountAt(choice.url, error);
+    if (!found)
+        return std::nullopt;
+    imap::ImapAccount account = std::move(*found);
+    account.endpoint.caFile = choice.caFile;
     const QString auth = choice.auth.toLower();
     if (auth == QStringLiteral("xoauth2"))
         account.credentials.method = imap::ImapCredentials::Method::XOAuth2;
@@ -148,9 +182,15 @@ std::optional<imap::ImapAccount> imapAccountFrom(const ImapAccountChoice& choice
                                               "oauthbearer)");
         return std::nullopt;
     }
-    if (choice.passwordFile.isEmpty()) {
+    if (choice.passwordFile.isEmpty() && !choice.passwordInKeyring) {
         *error = QStringLiteral("no password: name a file readable by you alone that holds it, "
-                                "with --password-file");
+                                "with --password-file, or keep it in the desktop keyring with "
+                                "--password-keyring");
+        return std::nullopt;
+    }
+    if (!choice.passwordFile.isEmpty() && choice.passwordInKeyring) {
+        *error = QStringLiteral("the password comes from --password-file or from "
+                                "--password-keyring, not both");
         return std::nullopt;
     }
     const bool refreshes = !choice.oauthTokenUrl.isEmpty();
@@ -174,7 +214,11 @@ std::optional<imap::ImapAccount> imapAccountFrom(const ImapAccountChoice& choice
             return std::nullopt;
         }
     }
-    const auto secret = readSecretFile(choice.passwordFile, error);
+    const auto secret =
+        given ? given(error)
+        : choice.passwordInKeyring
+            ? DesktopKeyring::lookup({account.credentials.user, account.endpoint.name()}, error)
+            : readSecretFile(choice.passwordFile, error);
     if (!secret)
         return std::nullopt;
     if (refreshes) {
