@@ -29,7 +29,8 @@ import threading
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from dovecot_imap_test import LDA, SKIP, DemoMail, fail, free_port, wait_for  # noqa: E402
+from dovecot_imap_test import (LDA, SKIP, DemoMail, fail, free_port,  # noqa: E402
+                               report_failure, wait_for)
 
 USER = "testuser"
 PASSWORD = "testpass"
@@ -800,12 +801,7 @@ def main():
         try:
             scenario(root, velmora, demo_dir, qresync)
         except (AssertionError, subprocess.SubprocessError, imaplib.IMAP4.error) as error:
-            print("FAILED: %s" % error, file=sys.stderr)
-            for log in ("watch.log", "dovecot.log"):
-                path = os.path.join(root, log)
-                if os.path.exists(path):
-                    with open(path, errors="replace") as f:
-                        print("--- %s\n%s" % (log, f.read()), file=sys.stderr)
+            report_failure(root, error)
             return 1
         finally:
             shutil.rmtree(root, ignore_errors=True)

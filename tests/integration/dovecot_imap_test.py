@@ -32,6 +32,16 @@ def fail(message):
     raise AssertionError(message)
 
 
+def report_failure(root, error):
+    """Prints why a scenario failed, with the watcher's and the server's logs."""
+    print("FAILED: %s" % error, file=sys.stderr)
+    for log in ("watch.log", "dovecot.log"):
+        path = os.path.join(root, log)
+        if os.path.exists(path):
+            with open(path, errors="replace") as f:
+                print("--- %s\n%s" % (log, f.read()), file=sys.stderr)
+
+
 def wait_for(what, predicate, seconds=20):
     deadline = time.monotonic() + seconds
     while time.monotonic() < deadline:
@@ -383,12 +393,7 @@ def main():
     try:
         scenario(root, velmora, demo_dir)
     except AssertionError as error:
-        print("FAILED: %s" % error, file=sys.stderr)
-        for log in ("watch.log", "dovecot.log"):
-            path = os.path.join(root, log)
-            if os.path.exists(path):
-                with open(path, errors="replace") as f:
-                    print("--- %s\n%s" % (log, f.read()), file=sys.stderr)
+        report_failure(root, error)
         return 1
     finally:
         shutil.rmtree(root, ignore_errors=True)

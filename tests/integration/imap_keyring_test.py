@@ -25,7 +25,7 @@ import tempfile
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from dovecot_imap_host_test import (PASSWORD, USER, Dovecot, Watcher,  # noqa: E402
                                     make_certificates)
-from dovecot_imap_test import LDA, SKIP, fail, wait_for  # noqa: E402
+from dovecot_imap_test import LDA, SKIP, fail, report_failure, wait_for  # noqa: E402
 
 
 class SecretService:
@@ -183,12 +183,7 @@ def main():
     try:
         scenario(root, os.path.abspath(sys.argv[1]))
     except (AssertionError, subprocess.SubprocessError) as error:
-        print("FAILED: %s" % error, file=sys.stderr)
-        for log in ("watch.log", "dovecot.log"):
-            path = os.path.join(root, log)
-            if os.path.exists(path):
-                with open(path, errors="replace") as f:
-                    print("--- %s\n%s" % (log, f.read()), file=sys.stderr)
+        report_failure(root, error)
         return 1
     finally:
         shutil.rmtree(root, ignore_errors=True)
