@@ -11,11 +11,52 @@
 #include <QCommandLineParser>
 
 #include <termios.h>
+
+#include <array>
+#include <csignal>
+#include <optional>
 #include <unistd.h>
 
 namespace velmora {
 
 namespace {
+
+// The terminal stops echoing what is typed for as long as this lives, and
+// echoes again however the prompt ends: a Ctrl-C (or a hang-up, or a kill)
+// puts the terminal back before the process goes as the signal would make it.
+class TerminalEchoOff {
+public:
+    TerminalEchoOff() {
+        ::tcgetattr(STDIN_FILENO, &s_saved);
+        struct sigaction restoring {};
+        restoring.sa_handler = &restoreAndEnd;
+        sigemptyset(&restoring.sa_mask);
+        for (std::size_t i = 0; i < kSignals.size(); ++i)
+            ::sigaction(kSignals[i], &restoring, &m_previous[i]);
+        termios quiet = s_saved;
+        quiet.c_lflag &= ~tcflag_t(ECHO);
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+    }
+    ~TerminalEchoOff() {
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &s_saved);
+        for (std::size_t i = 0; i < kSignals.size(); ++i)
+            ::sigaction(kSignals[i], &m_previous[i], nullptr);
+    }
+    TerminalEchoOff(const TerminalEchoOff&) = delete;
+    TerminalEchoOff& operator=(const TerminalEchoOff&) = delete;
+
+private:
+    static constexpr std::array<int, 4> kSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
+    static void restoreAndEnd(int signal) {
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &s_saved); // safe in a signal handler
+        ::signal(signal, SIG_DFL);
+        ::raise(signal);
+    }
+
+    static inline termios s_saved{};
+    std::array<struct sigaction, kSignals.size()> m_previous{};
+};
 
 // The secret for `account add --password-keyring`: typed on the terminal
 // without echo, or else all of standard input (a pipe or a file), its
@@ -24,14 +65,11 @@ namespace {
 std::optional<QString> readTypedSecret(const QString& accountUrl, QTextStream& err,
                                        QString* error) {
     const bool terminal = ::isatty(STDIN_FILENO);
-    termios saved{};
+    std::optional<TerminalEchoOff> echoOff;
     if (terminal) {
         err << "Password for " << accountUrl << " (kept in the desktop keyring): ";
         err.flush();
-        ::tcgetattr(STDIN_FILENO, &saved);
-        termios quiet = saved;
-        quiet.c_lflag &= ~tcflag_t(ECHO);
-        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
+        echoOff.emplace();
     }
     QByteArray typed;
     char buffer[256];
@@ -44,7 +82,7 @@ std::optional<QString> readTypedSecret(const QString& accountUrl, QTextStream& e
             break;
     }
     if (terminal) {
-        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);
+        echoOff.reset();
         err << '\n';
         if (const qsizetype end = typed.indexOf('\n'); end >= 0)
             typed.truncate(end);
