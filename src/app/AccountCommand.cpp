@@ -21,6 +21,28 @@ namespace velmora {
 
 namespace {
 
+// An account saved over one whose secret was in the keyring under another
+// entry (another user or server, or a password file now) does not leave that
+// secret behind.
+void forgetReplacedSecret(const ImapAccountChoice& replaced, const ImapAccountChoice& now,
+                          QTextStream& out, QTextStream& err) {
+    if (!replaced.passwordInKeyring)
+        return;
+    QString problem;
+    const auto old = keyringEntryFor(replaced.url, &problem);
+    if (old && now.passwordInKeyring) {
+        const auto current = keyringEntryFor(now.url, &problem);
+        if (current && current->user == old->user && current->server == old->server)
+            return; // the same entry, just stored again
+    }
+    if (!old || !DesktopKeyring::remove(*old, &problem)) {
+        err << "velmora account: the replaced account's password stays in the desktop keyring: "
+            << problem << '\n';
+        return;
+    }
+    out << "deleted the replaced account's password from the desktop keyring\n";
+}
+
 // The terminal stops echoing what is typed for as long as this lives, and
 // echoes again however the prompt ends: a Ctrl-C (or a hang-up, or a kill)
 // puts the terminal back before the process goes as the signal would make it.
@@ -209,6 +231,7 @@ int AccountCommand::run(const QStringList& arguments, QTextStream& out, QTextStr
         choice.trash = folders->trash;
         saveImapAccount(settings, choice);
         out << "saved in " << settings.fileName() << '\n';
+        forgetReplacedSecret(saved, choice, out, err);
     }
     return kExitOk;
 }

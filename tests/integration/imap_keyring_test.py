@@ -156,6 +156,25 @@ def scenario(root, velmora_path):
         if logins < 3 or "auth failed" in log:
             fail("expected add, test and watch to log in with the kept password:\n" + log)
 
+        # Saved again with a password file: the keyring's copy goes; then
+        # kept in the keyring once more.
+        password_file = os.path.join(root, "password")
+        with open(os.open(password_file, os.O_WRONLY | os.O_CREAT, 0o600), "w") as f:
+            f.write(PASSWORD + "\n")
+        expect(velmora(watcher, "account", "add", "--imap", url, "--password-file",
+                       password_file, *ca), 0,
+               r"deleted the replaced account's password from the desktop keyring\n",
+               "account add --password-file over a keyring account")
+        expect(velmora(watcher, "account", "test", *keyring), 3,
+               r"desktop keyring holds no password", "the replaced password is gone")
+        for again in ("kept again", "kept over itself"):
+            result = velmora(watcher, "account", "add", *keyring, secret=PASSWORD + "\n")
+            expect(result, 0, r"kept the password in the desktop keyring\n", again)
+            if "deleted" in result.stdout + result.stderr:
+                fail("%s: a password was deleted:\n%s" % (again, result.stdout + result.stderr))
+        expect(velmora(watcher, "account", "test"), 0, r"logged in to testuser@localhost",
+               "the password kept over itself")
+
         # Forgotten with the account.
         expect(velmora(watcher, "account", "remove"), 0,
                r"forgot imaps://.*\ndeleted its password from the desktop keyring\n",
