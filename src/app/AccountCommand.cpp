@@ -89,9 +89,9 @@ std::optional<QString> readTypedSecret(const QString& accountUrl, QTextStream& e
     const bool terminal = ::isatty(STDIN_FILENO);
     std::optional<TerminalEchoOff> echoOff;
     if (terminal) {
+        echoOff.emplace(); // before the prompt, so that nothing typed after it shows
         err << "Password for " << accountUrl << " (kept in the desktop keyring): ";
         err.flush();
-        echoOff.emplace();
     }
     QByteArray typed;
     char buffer[256];
