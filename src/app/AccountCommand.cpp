@@ -212,7 +212,12 @@ int AccountCommand::run(const QStringList& arguments, QTextStream& out, QTextStr
     std::optional<QString> typed;
     SecretSource given;
     if (action == QStringLiteral("add") && parser.isSet(imapOptions.passwordKeyring))
-        given = [&](QString* error) { return typed = readTypedSecret(choice.url, err, error); };
+        given = [&](QString* error) -> std::optional<QString> {
+            // Nobody types a password for a keyring that cannot keep it.
+            if (!DesktopKeyring::reachable(error))
+                return std::nullopt;
+            return typed = readTypedSecret(choice.url, err, error);
+        };
     const auto folders = check(choice, out, err, given);
     if (!folders)
         return kExitError;

@@ -43,6 +43,17 @@ QString accountName(const DesktopKeyring::Entry& entry) {
 
 } // namespace
 
+bool DesktopKeyring::reachable(QString* error) {
+    GError* failure = nullptr;
+    SecretService* service = secret_service_get_sync(SECRET_SERVICE_NONE, nullptr, &failure);
+    if (failure) {
+        *error = unreachable(QStringLiteral("be reached"), failure);
+        return false;
+    }
+    g_object_unref(service);
+    return true;
+}
+
 std::optional<QString> DesktopKeyring::lookup(const Entry& entry, QString* error) {
     GError* failure = nullptr;
     gchar* found = secret_password_lookup_sync(imapSchema(), nullptr, &failure, "user",

@@ -21,6 +21,8 @@ public:
         QString server; // host:port
     };
 
+    // Whether the keyring's service answers; when not, the reason in `error`.
+    static bool reachable(QString* error);
     // The secret kept for `entry`; nothing, with the reason in `error`, when
     // the keyring holds none or cannot be reached.
     static std::optional<QString> lookup(const Entry& entry, QString* error);

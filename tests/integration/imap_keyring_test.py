@@ -6,7 +6,8 @@ A private D-Bus session bus and GNOME Keyring (its secrets component only,
 unlocked with a throwaway password) are started for the test, beside a
 Dovecot with TLS on loopback as in dovecot_imap_host_test.py. `velmora
 account add --password-keyring` reads the password from standard input and
-keeps it in the keyring; `account test` and `watch` log in with it; `account
+keeps it in the keyring (typed on a terminal, it is not shown, and a Ctrl-C
+gives the terminal back); `account test` and `watch` log in with it; `account
 remove` deletes it. Without a session bus the keyring options say so and point
 at --password-file. Everything started is stopped at the end.
 
@@ -26,6 +27,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from dovecot_imap_host_test import (PASSWORD, USER, Dovecot, Watcher,  # noqa: E402
                                     make_certificates)
 from dovecot_imap_test import LDA, SKIP, fail, report_failure, wait_for  # noqa: E402
+from password_prompt import prompt_problems  # noqa: E402
 
 
 class SecretService:
@@ -109,7 +111,7 @@ def scenario(root, velmora_path):
         expect(velmora(watcher, "account", "test", *keyring), 3, no_service,
                "account test without a session bus")
         expect(velmora(watcher, "account", "add", *keyring, secret=PASSWORD + "\n"), 3,
-               r"could not keep the password: tried the Secret Service.*--password-file",
+               r"could not be reached: tried the Secret Service.*--password-file",
                "account add without a session bus")
         if os.path.exists(os.path.join(watcher.env["XDG_CONFIG_HOME"], "CORVANELSPAM")):
             settings = subprocess.run(["grep", "-r", "Url=", watcher.env["XDG_CONFIG_HOME"]],
@@ -119,6 +121,11 @@ def scenario(root, velmora_path):
 
         service = SecretService(root)
         watcher.env["DBUS_SESSION_BUS_ADDRESS"] = service.address
+
+        # Typed on a terminal: not shown, and Ctrl-C gives the terminal back.
+        problems = prompt_problems(watcher.velmora, watcher.env, url)
+        if problems:
+            fail("the password prompt: " + "; ".join(problems))
 
         # Both sources, or a wrong password: nothing kept.
         expect(velmora(watcher, "account", "add", *keyring, "--password-file", "/dev/null",
