@@ -137,6 +137,29 @@ TEST(EventCorrelator, AMoveBackRightAfterAMoveIsSeenAsTwoMoves) {
     EXPECT_EQ(reports.lines, QStringList{QStringLiteral("moved 1:Inbox>Junk 2:Junk>Inbox")});
 }
 
+// Hosts raise the moves reported together as user actions, one selection
+// each: split where a message comes back or the folders change.
+TEST(EventCorrelator, MovesReportedTogetherSplitIntoUserActions) {
+    const auto move = [](const char* from, const char* to, const char* key, int payload) {
+        return Correlator::Move{at(from, key, 0), at(to, key, payload)};
+    };
+    const QList<Correlator::Move> moves{
+        move("Inbox", "Junk", "i1", 1), move("Inbox", "Junk", "i2", 2),
+        move("Junk", "Inbox", "i3", 3), // rescued at the same moment
+        move("Junk", "Inbox", "i1", 4), // and the first one moved back
+        move("Inbox", "Junk", "i4", 5)};
+    QStringList actions;
+    for (const auto& action : Correlator::userActions(moves)) {
+        QStringList parts;
+        for (const auto& m : action)
+            parts.append(QString::number(m.to.payload));
+        actions.append(parts.join(u' '));
+    }
+    EXPECT_EQ(actions,
+              (QStringList{QStringLiteral("1 2"), QStringLiteral("3 4"), QStringLiteral("5")}));
+    EXPECT_TRUE(Correlator::userActions({}).isEmpty());
+}
+
 TEST(EventCorrelator, HandlersMayFeedItAgain) {
     Reports reports;
     Correlator* self = nullptr;

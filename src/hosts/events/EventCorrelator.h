@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QtGlobal>
 
@@ -111,6 +112,32 @@ public:
     }
 
     bool idle() const { return m_moves.isEmpty() && m_arrived.isEmpty() && m_vanished.isEmpty(); }
+
+    // The moves reported together, as the user actions a host raises them as,
+    // each with one selection. A message moved and moved back is two actions:
+    // a selection cannot hold it in two places. Nor can one selection go from
+    // two folders or to two: moves made at the same moment by two clients (or
+    // a client and a server-side filter) are as many actions as folder pairs,
+    // or the handlers of one folder would take the other's messages for
+    // theirs (good mail rescued from Junk learnt with a spam leaving the
+    // Inbox, and its sender never trusted).
+    static QList<QList<Move>> userActions(const QList<Move>& moves) {
+        QList<QList<Move>> actions;
+        QSet<QString> keys;
+        for (const Move& move : moves) {
+            const QString key = move.to.key.isEmpty() ? move.to.name : move.to.key;
+            const bool startsAnother = actions.isEmpty() || keys.contains(key) ||
+                                       move.from.folder != actions.last().first().from.folder ||
+                                       move.to.folder != actions.last().first().to.folder;
+            if (startsAnother) {
+                actions.append(QList<Move>());
+                keys.clear();
+            }
+            keys.insert(key);
+            actions.last().append(move);
+        }
+        return actions;
+    }
 
 private:
     struct Waiting {

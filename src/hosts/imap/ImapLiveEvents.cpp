@@ -7,7 +7,6 @@
 #include "hosts/imap/ImapItem.h"
 
 #include <QEventLoop>
-#include <QSet>
 
 namespace velmora::imap {
 
@@ -219,28 +218,8 @@ void ImapLiveEvents::persistAll() {
 }
 
 void ImapLiveEvents::raiseMoves(const QList<Correlator::Move>& moves) {
-    // A message moved and moved back within one action is two actions: its
-    // selection cannot hold it in two places. Nor can one selection go from
-    // two folders or to two: moves made at the same moment by two clients
-    // (or a client and a server-side filter) are as many actions as folder
-    // pairs, or the handlers of one folder would take the other's messages
-    // for theirs (good mail rescued from Junk learnt with a spam leaving the
-    // Inbox, and its sender never trusted).
-    QList<Correlator::Move> action;
-    QSet<QString> keys;
-    for (const auto& move : moves) {
-        const bool otherFolders =
-            !action.isEmpty() && (move.from.folder != action.first().from.folder ||
-                                  move.to.folder != action.first().to.folder);
-        if (keys.contains(move.to.key) || otherFolders) {
-            raiseMoveAction(action);
-            action.clear();
-            keys.clear();
-        }
-        keys.insert(move.to.key);
-        action.append(move);
-    }
-    raiseMoveAction(action);
+    for (const QList<Correlator::Move>& action : Correlator::userActions(moves))
+        raiseMoveAction(action);
 }
 
 void ImapLiveEvents::raiseMoveAction(const QList<Correlator::Move>& moves) {
