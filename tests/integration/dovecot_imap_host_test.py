@@ -243,7 +243,9 @@ class FaultyProxy:
         literal;
       - ("hold append", id): the server's OK to the APPEND of a message is
         kept back, so that the test can kill the watcher between the APPEND
-        and the EXPUNGE of a subject rewrite (`append_held` is set then).
+        and the EXPUNGE of a subject rewrite (`append_held` is set then);
+      - ("cut after expunge", ""): the next UID EXPUNGE is carried out by the
+        server, but the connection is cut before its answer comes back.
     Each fault is used once, in the order given. Everything else passes
     through unchanged, one logical line (with its literals) at a time."""
 
@@ -303,7 +305,8 @@ class FaultyProxy:
         # One thread per connection, reading whichever side has data: an SSL
         # socket must not be read and written from two threads at once.
         state = {"from client": bytearray(), "from server": bytearray(),
-                 "client literal": 0, "append": None, "append tag": None, "fail tag": False}
+                 "client literal": 0, "append": None, "append tag": None, "fail tag": False,
+                 "cut tag": None}
         try:
             while not self.stopped:
                 ready, _, _ = select.select([client, server], [], [], 0.5)
@@ -349,6 +352,11 @@ class FaultyProxy:
                 return
             line = bytes(buffer[:end + 2])
             del buffer[:end + 2]
+            words = line.split(b" ", 2)
+            if (len(words) > 2 and words[1].upper() == b"UID" and
+                    words[2].upper().startswith(b"EXPUNGE") and
+                    self.take_fault("cut after expunge", line)):
+                state["cut tag"] = words[0]
             literal = self.LITERAL.search(line)
             if literal:
                 state["client literal"] = int(literal.group(1))
@@ -388,6 +396,8 @@ class FaultyProxy:
                 if self.take_fault("no", response):
                     state["fail tag"] = True
                     continue
+            if tag == state["cut tag"]:
+                return False
             if tag not in (b"*", b"+"):
                 if state["fail tag"]:
                     state["fail tag"] = False
@@ -554,6 +564,20 @@ def faults(watcher, proxy, client, dovecot, mail, password_file, certificates):
         fail("after the restart, the rewritten message is there as %r" % left)
     if watcher.count(r"claims@global-lotto|copied into|moved by the user|gone from"):
         fail("the finished rewrite was told as something else:\n" + watcher.this_run())
+
+    # The connection cut after the server carried out the EXPUNGE of a
+    # rewrite's old message, before its answer came: the rewritten copy is
+    # the message now and is never removed as well.
+    loan = mail.raw("learn/spam/03-loan.txt")
+    proxy.faults = [("cut after expunge", "")]
+    dovecot.deliver(loan[2])
+    wait_for("the cut after the EXPUNGE", lambda: not proxy.faults, 30)
+    wait_for("the rewritten loan offer in Junk, once",
+             lambda: [s for s in copies(client, loan[0]) if s.startswith("Subject: {S:")], 30)
+    time.sleep(2)
+    left = copies(client, loan[0])
+    if len(left) != 1:
+        fail("after the cut, the rewritten message is there as %r" % left)
     code = watcher.stop()
     if code != 0 or "stopped" not in watcher.this_run():
         fail("watch ended with %r" % code)

@@ -422,6 +422,39 @@ void ImapApplication::persist(ImapFolder& folder) {
     folder.markSaved();
 }
 
+ImapApplication::RewriteUndo ImapApplication::undoRewrite(ImapFolder& folder, quint32 oldUid,
+                                                          quint32 newUid) {
+    try {
+        ensureSelected(folder, true);
+        ImapClient& client = *m_client;
+        const auto [asked, found] =
+            wait<QList<FetchedMessage>>([&](ImapClient::Then<QList<FetchedMessage>> done) {
+                client.fetchKeys(UidSet{oldUid}, done);
+            });
+        if (!asked.ok())
+            return RewriteUndo::Unknown;
+        if (std::none_of(found.begin(), found.end(),
+                         [&](const FetchedMessage& m) { return m.uid == oldUid; }))
+            return RewriteUndo::OldGone;
+        const ImapResult unmarked = waitDone([&](ImapConnection::Done done) {
+            client.store(UidSet{oldUid}, ImapClient::FlagChange::Remove,
+                         {QByteArrayLiteral("\\Deleted")}, done);
+        });
+        if (!unmarked.ok())
+            return RewriteUndo::Unknown;
+        ImapResult undone = waitDone([&](ImapConnection::Done done) {
+            client.store(UidSet{newUid}, ImapClient::FlagChange::Add,
+                         {QByteArrayLiteral("\\Deleted")}, done);
+        });
+        if (undone.ok())
+            undone =
+                waitDone([&](ImapConnection::Done done) { client.expunge(UidSet{newUid}, done); });
+        return undone.ok() ? RewriteUndo::Undone : RewriteUndo::Unknown;
+    } catch (const VbError&) {
+        return RewriteUndo::Unknown;
+    }
+}
+
 void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
     ImapFolder& folder = item.folder();
     const QString what = QStringLiteral("the new subject of \"%1\" (UID %2 in %3)")
@@ -491,27 +524,16 @@ void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
         if (!result.ok())
             throw hostError(result.describe());
     } catch (const VbError& error) {
-        // The old message stays the one: the new copy goes again.
-        try {
-            ensureSelected(folder, true);
-            ImapClient& client = *m_client;
-            waitDone([&](ImapConnection::Done done) {
-                client.store(UidSet{oldUid}, ImapClient::FlagChange::Remove,
-                             {QByteArrayLiteral("\\Deleted")}, done);
-            });
-            waitDone([&](ImapConnection::Done done) {
-                client.store(UidSet{newUid}, ImapClient::FlagChange::Add,
-                             {QByteArrayLiteral("\\Deleted")}, done);
-            });
-            const ImapResult undone =
-                waitDone([&](ImapConnection::Done done) { client.expunge(UidSet{newUid}, done); });
-            if (undone.ok())
+        const RewriteUndo undo = undoRewrite(folder, oldUid, newUid);
+        // When the server carried out the EXPUNGE but its answer was lost,
+        // the old message is gone and the new copy is the message now.
+        if (undo != RewriteUndo::OldGone) {
+            if (undo == RewriteUndo::Undone)
                 forgetRewrite();
-        } catch (const VbError&) {
-            // Left in the log: the next start removes the one too many.
+            // Otherwise left in the log: the next start removes the one too many.
+            fault(what + QStringLiteral(" was not saved"), error.description());
+            throw;
         }
-        fault(what + QStringLiteral(" was not saved"), error.description());
-        throw;
     }
     const FolderSnapshot::Message listed{newKey, item.flags()};
     folder.removeMessage(oldUid);

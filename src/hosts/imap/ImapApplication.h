@@ -108,6 +108,11 @@ public:
     }
 
 private:
+    enum class RewriteUndo { Undone, OldGone, Unknown };
+    // After the old message of a rewrite could not be removed: the new copy
+    // goes only once the old one is verifiably there again without its
+    // deleted mark; when the old one is gone, the new copy is the message.
+    RewriteUndo undoRewrite(ImapFolder& folder, quint32 oldUid, quint32 newUid);
     struct Location {
         QString folder;
         quint32 uid = 0;
