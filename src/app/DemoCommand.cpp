@@ -7,6 +7,7 @@
 #include "app/DemoMaildir.h"
 #include "app/DemoMessage.h"
 #include "app/StarterPictures.h"
+#include "app/WatchReport.h"
 #include "app/WatchSession.h"
 #include "base/MessageSink.h"
 #include "base/VbError.h"
@@ -85,7 +86,7 @@ int Demo::run() {
         m_out << "\nThe filter starts watching the Maildir:\n";
         m_connect = std::make_unique<Connect>(m_folder, m_settings, m_windows);
         WatchSession watch(*m_connect, m_app, m_out, false);
-        m_out << "It knows " << watch.knowledge()
+        m_out << "It knows " << knowledgeOf(m_connect->state().data)
               << ".\n\nNew mail arrives, one message at a "
                  "time:\n";
         watch.noteWhatItKnows();

@@ -1,5 +1,7 @@
 #include "app/ImapWatchSession.h"
 
+#include "app/WatchReport.h"
+
 #include "hosts/imap/ImapItem.h"
 
 #include <QDateTime>
@@ -28,7 +30,7 @@ ImapWatchSession::ImapWatchSession(Connect& connect, std::shared_ptr<imap::ImapA
             folder->Items().ItemAdd.subscribe([this](const MailItemRef&) { logLearning(); }));
         m_subscriptions.push_back(folder->Items().ItemRemove.subscribe([this] { logLearning(); }));
     }
-    m_lastCounts = knowledge();
+    m_lastCounts = knowledgeOf(m_connect.state().data);
 }
 
 ImapWatchSession::~ImapWatchSession() {
@@ -50,28 +52,18 @@ void ImapWatchSession::logNewMail(const QString& entryIds) {
             write(QStringLiteral("new mail %1: no longer there").arg(id));
             continue;
         }
-        const bool spam = &item->folder() == &m_app->junk();
-        write(QStringLiteral("new mail from %1 \"%2\": %3")
-                  .arg(item->senderEmailAddress(), item->subject(),
-                       spam ? QStringLiteral("spam, moved to ") + m_app->junk().Name()
-                            : QStringLiteral("kept in ") + item->folder().Name()));
+        write(newMailVerdict(item->senderEmailAddress(), item->subject(),
+                             &item->folder() == &m_app->junk(), m_app->junk().Name(),
+                             item->folder().Name()));
     }
     m_judging = false;
     logLearning();
 }
 
-QString ImapWatchSession::knowledge() const {
-    const SpamData& data = m_connect.state().data;
-    return QStringLiteral("%1 text records, %2 picture records, %3 trusted senders")
-        .arg(data.TxtTable.upperBound())
-        .arg(data.PicTable.upperBound())
-        .arg(data.TrustedList.upperBound());
-}
-
 void ImapWatchSession::logLearning() {
     if (m_judging)
         return; // logged with the verdict
-    const QString counts = knowledge();
+    const QString counts = knowledgeOf(m_connect.state().data);
     if (counts == m_lastCounts)
         return;
     write(QStringLiteral("  learnt: now ") + counts);

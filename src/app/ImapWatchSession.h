@@ -29,7 +29,6 @@ public:
     bool waitUntilWatching(int timeoutMs) { return m_live->waitUntilWatching(timeoutMs); }
     void flush() { m_live->flush(); }
     imap::ImapApplication& application() { return *m_app; }
-    QString knowledge() const;
 
 private:
     void logNewMail(const QString& entryIds);

@@ -7,6 +7,7 @@
 #include "app/QuitSignals.h"
 #include "app/StarterPictures.h"
 #include "app/UserSession.h"
+#include "app/WatchReport.h"
 #include "app/WatchSession.h"
 #include "base/VbError.h"
 #include "settings/UserPaths.h"
@@ -54,8 +55,8 @@ int watchUntilStopped(Connect& connect, SettingsStore& settings, const QString& 
         if (trayMenu)
             tray = std::make_unique<TrayMenu>(app->explorer().menuBars().standard());
         out << "watching " << app->root() << " (Inbox, Junk: " << app->junk().Name()
-            << ", Sent: " << app->sent().Name() << "); the filter knows " << watch.knowledge()
-            << '\n';
+            << ", Sent: " << app->sent().Name() << "); the filter knows "
+            << knowledgeOf(connect.state().data) << '\n';
         if (tray && !tray->shown())
             out << "no system tray here: the menu is not shown\n";
         out.flush();
@@ -100,7 +101,7 @@ int watchImapUntilStopped(Connect& connect, const ImapAccountChoice& choice,
         out << "watching " << account->name() << " (Inbox, Junk: " << app->junk().Name()
             << ", Sent: " << app->sent().Name() << ", Trash: " << app->trash().Name()
             << "; extensions: " << app->extensionsInUse().join(QStringLiteral(" "))
-            << "); the filter knows " << watch.knowledge() << '\n';
+            << "); the filter knows " << knowledgeOf(connect.state().data) << '\n';
         out.flush();
         runUntilQuit(watch, stopAfterSeconds, out);
     } catch (const VbError& error) {

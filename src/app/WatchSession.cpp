@@ -1,5 +1,7 @@
 #include "app/WatchSession.h"
 
+#include "app/WatchReport.h"
+
 #include "base/VbError.h"
 #include "hosts/maildir/MaildirItem.h"
 #include "store/FileHelpers.h"
@@ -55,11 +57,10 @@ void WatchSession::logNewMail(const QString& entryIds) {
             m_log << stamp() << "new mail " << id << ": no longer there\n";
             continue;
         }
-        const bool spam = &item->folder() == &m_app->junk();
-        m_log << stamp() << "new mail from " << item->senderEmailAddress() << " \""
-              << item->subject() << "\": "
-              << (spam ? QStringLiteral("spam, moved to ") + m_app->junk().Name()
-                       : QStringLiteral("kept in ") + item->folder().Name())
+        m_log << stamp()
+              << newMailVerdict(item->senderEmailAddress(), item->subject(),
+                                &item->folder() == &m_app->junk(), m_app->junk().Name(),
+                                item->folder().Name())
               << '\n';
     }
     m_judging = false;
@@ -80,22 +81,14 @@ void WatchSession::takeUpStarterPictures() {
     ReadPicTable(data);
 }
 
-QString WatchSession::knowledge() const {
-    const SpamData& data = m_connect.state().data;
-    return QStringLiteral("%1 text records, %2 picture records, %3 trusted senders")
-        .arg(data.TxtTable.upperBound())
-        .arg(data.PicTable.upperBound())
-        .arg(data.TrustedList.upperBound());
-}
-
 void WatchSession::noteWhatItKnows() {
-    m_lastCounts = knowledge();
+    m_lastCounts = knowledgeOf(m_connect.state().data);
 }
 
 void WatchSession::logLearning() {
     if (m_judging)
         return; // logged with the verdict
-    const QString counts = knowledge();
+    const QString counts = knowledgeOf(m_connect.state().data);
     if (counts == m_lastCounts)
         return;
     m_log << stamp() << "  learnt: now " << counts << '\n';

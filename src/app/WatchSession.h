@@ -32,7 +32,6 @@ public:
     maildir::MaildirApplication& application() { return *m_app; }
     // What the filter knows now ("N text records, ..."); learning is logged
     // as it changes from what was last noted.
-    QString knowledge() const;
     void noteWhatItKnows();
 
 private:
