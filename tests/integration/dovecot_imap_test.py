@@ -219,6 +219,25 @@ class Client:
             pass
 
 
+def provide_starter_pictures(velmora, data_home, uid, gid):
+    """Puts the starter pictures where velmora copies them at its first start.
+    Run as the mailbox's owner it may not be able to read the build tree (a
+    clone in a folder only root may enter), and would then start without."""
+    folder = os.path.dirname(os.path.abspath(velmora))
+    while folder != os.path.dirname(folder):
+        shipped = os.path.join(folder, "share", "velmora", "defaultpicdata.dat")
+        if os.path.isfile(shipped):
+            target = os.path.join(data_home, "CORVANELSPAM", "spamdata")
+            os.makedirs(target, exist_ok=True)
+            shutil.copyfile(shipped, os.path.join(target, "defaultpicdata.dat"))
+            for at, _, files in os.walk(data_home):
+                os.chown(at, uid, gid)
+                for name in files:
+                    os.chown(os.path.join(at, name), uid, gid)
+            return
+        folder = os.path.dirname(folder)
+
+
 class Watcher:
     """`velmora watch` run as the mailbox's owner."""
 
@@ -229,6 +248,7 @@ class Watcher:
                         XDG_CONFIG_HOME=home + "/config", XDG_RUNTIME_DIR=root + "/xdg")
         self.as_owner = ["setpriv", "--reuid=%d" % uid, "--regid=%d" % gid, "--clear-groups"]
         self.velmora = velmora
+        provide_starter_pictures(velmora, home + "/data", uid, gid)
         self.maildir = maildir
         self.process = None
 
