@@ -1,8 +1,8 @@
 #include "app/BuildCommand.h"
 
+#include "app/ChosenMailbox.h"
 #include "app/CommandOptions.h"
 #include "app/UserSession.h"
-#include "hosts/maildir/MaildirApplication.h"
 
 #include <QTimer>
 
@@ -13,22 +13,22 @@ namespace velmora {
 int BuildCommand::run(const QStringList& arguments, QTextStream& out, QTextStream& err) {
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
-        "Builds the database afresh from the Maildir: spam from Junk, good mail from your own "
+        "Builds the database afresh from the Maildir (or the IMAP account): spam from Junk, good "
+        "mail from your own "
         "folders, trusted senders from Sent. What the filter knew before is replaced (the old "
         "files are kept aside when they were not fully read)."));
-    const QCommandLineOption maildir = maildirOption();
-    parser.addOption(maildir);
+    const MailboxOptions mailbox;
+    mailbox.addTo(parser);
     if (const auto code = parseOptions(parser, name(), arguments, out, err))
         return *code;
 
     UserSession session(err);
     if (!session.mayUseData(name(), err))
         return kExitError;
-    const auto app =
-        openMaildir(chooseMaildir(parser.value(maildir), session.settings), session.settings, err);
-    if (!app)
+    const auto opened = mailbox.open(parser, session.settings, name(), err);
+    if (!opened)
         return kExitError;
-    session.connect.OnConnection(app);
+    session.connect.OnConnection(opened->app);
     // The tool window's progress bar, drawn on the terminal.
     QTimer progress;
     if (::isatty(STDERR_FILENO)) {
@@ -45,7 +45,7 @@ int BuildCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     if (progress.isActive() || ::isatty(STDERR_FILENO))
         err << '\n';
     const SpamData& data = session.data();
-    out << "built from " << app->root() << ": " << data.TxtTable.upperBound() << " text records, "
+    out << "built from " << opened->where << ": " << data.TxtTable.upperBound() << " text records, "
         << data.PicTable.upperBound() << " picture records, " << data.TrustedList.upperBound()
         << " trusted senders\n";
     session.connect.OnBeginShutdown();

@@ -1,8 +1,8 @@
 #include "app/SweepCommand.h"
 
+#include "app/ChosenMailbox.h"
 #include "app/CommandOptions.h"
 #include "app/UserSession.h"
-#include "hosts/maildir/MaildirApplication.h"
 
 namespace velmora {
 
@@ -11,8 +11,8 @@ int SweepCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     parser.setApplicationDescription(QStringLiteral(
         "Judges every message of a folder and moves the spam into Junk, as the menu's sweep "
         "does for the folder open in the mail client."));
-    const QCommandLineOption maildir = maildirOption();
-    parser.addOption(maildir);
+    const MailboxOptions mailbox;
+    mailbox.addTo(parser);
     parser.addPositionalArgument(
         QStringLiteral("folder"),
         QStringLiteral("The folder: Inbox, or a name such as Work/Projects."));
@@ -27,21 +27,21 @@ int SweepCommand::run(const QStringList& arguments, QTextStream& out, QTextStrea
     UserSession session(err);
     if (!session.mayUseData(name(), err))
         return kExitError;
-    const auto app =
-        openMaildir(chooseMaildir(parser.value(maildir), session.settings), session.settings, err);
-    if (!app)
+    const auto opened = mailbox.open(parser, session.settings, name(), err);
+    if (!opened)
         return kExitError;
-    const auto folder = app->findFolder(folderName);
-    if (!folder || folder->directory().isEmpty()) {
-        err << "velmora sweep: no folder " << folderName << " in " << app->root() << '\n';
+    const FolderRef folder = opened->findFolder(folderName);
+    if (!folder) {
+        err << "velmora sweep: no folder " << folderName << " in " << opened->where << '\n';
         return kExitError;
     }
-    session.connect.OnConnection(app);
-    app->explorer().setCurrentFolder(folder);
-    const int before = app->junk().Items().Count();
+    session.connect.OnConnection(opened->app);
+    opened->showFolder(folder);
+    HostFolder& junk = *opened->junk;
+    const int before = junk.Items().Count();
     session.connect.move_spamb();
-    out << folder->Name() << ": " << app->junk().Items().Count() - before << " moved to "
-        << app->junk().Name() << ", " << session.windows.window().statusText() << '\n';
+    out << folder->Name() << ": " << junk.Items().Count() - before << " moved to " << junk.Name()
+        << ", " << session.windows.window().statusText() << '\n';
     session.connect.OnBeginShutdown();
     return kExitOk;
 }

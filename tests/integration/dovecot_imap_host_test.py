@@ -795,6 +795,38 @@ def scenario(root, velmora, demo_dir, qresync):
         code = watcher.stop()
         if code != 0:
             fail("watch ended with %r" % code)
+
+        # A sweep of the Inbox from the command line while nobody watches:
+        # the spam goes to Junk tagged, and the next watch does not take the
+        # sweep's moves for the user's. The one after a moved message is
+        # passed over, as the sweep always does.
+        swept = [personal_message(mail, "claims@global-lotto.example", "Your claim",
+                                  "Your claim number is ready, reply with your bank details.\r\n"),
+                 personal_message(mail, "grete@choir.example", "Scores",
+                                  "I left the new scores on the piano in the small hall.\r\n"),
+                 personal_message(mail, "approve@fastcash.example", "Approved",
+                                  "Your cash advance is approved, confirm within a day.\r\n")]
+        for _, raw in swept:
+            dovecot.deliver(raw)
+        result = watcher.run("sweep", "Inbox")
+        if result.returncode != 0 or "Inbox: 2 moved to Junk" not in result.stdout:
+            fail("sweep of the Inbox: %r" % (result,))
+        for message_id in (swept[0][0], swept[2][0]):
+            if [s[:17] for s in copies(client, message_id)] != ["Subject: {S:100%}"]:
+                fail("swept spam not alone in Junk with its tag: %r" % copies(client, message_id))
+        if copies(client, swept[1][0]) != ["Subject: Scores"]:
+            fail("the good message after a swept one was touched: %r"
+                 % copies(client, swept[1][0]))
+        watcher.start()
+        wait_for("the message the sweep passed over judged",
+                 lambda: watcher.count(r"new mail from grete@choir\.example"), 30)
+        time.sleep(3)
+        if watcher.count(r"moved by the user|copied into|gone from"):
+            fail("the sweep's own moves came back as the user's:\n" + watcher.this_run())
+        code = watcher.stop()
+        if code != 0:
+            fail("watch ended with %r" % code)
+
         proxy = FaultyProxy(dovecot, certificates)
         try:
             faults(watcher, proxy, client, dovecot, mail, password_file, certificates)

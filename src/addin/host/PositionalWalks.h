@@ -35,6 +35,16 @@ public:
         }
     }
 
+    // An item has been put into the list at index `at`: the items from `at`
+    // on slide up one place. A walk standing at `at` now stands on the new
+    // item, as it stood on the one a removed(at) took away.
+    void inserted(qsizetype at) {
+        for (const auto& weak : m_positions) {
+            if (const auto position = weak.lock(); position && at < *position)
+                ++*position;
+        }
+    }
+
 private:
     class Walk final : public ItemWalk {
     public:

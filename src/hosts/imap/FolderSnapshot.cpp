@@ -25,6 +25,35 @@ QString messageKey(const FetchedMessage& message) {
                       message.size.value_or(-1), message.internalDate);
 }
 
+void FolderSnapshot::insert(qsizetype at, quint32 uid, const Message& message) {
+    if (!messages.contains(uid))
+        order.insert(at, uid);
+    messages.insert(uid, message);
+}
+
+qsizetype FolderSnapshot::remove(quint32 uid) {
+    if (!messages.remove(uid))
+        return -1;
+    const qsizetype at = order.indexOf(uid);
+    order.removeAt(at);
+    return at;
+}
+
+qsizetype FolderSnapshot::replace(quint32 oldUid, quint32 newUid, const Message& message,
+                                  qsizetype oldAt) {
+    if (oldUid != newUid)
+        remove(newUid);
+    if (const qsizetype at = order.indexOf(oldUid); at >= 0) {
+        messages.remove(oldUid);
+        messages.insert(newUid, message);
+        order[at] = newUid;
+        return -1;
+    }
+    const qsizetype at = oldAt >= 0 ? qMin(oldAt, order.size()) : order.size();
+    insert(at, newUid, message);
+    return at;
+}
+
 UidSet FolderSnapshot::uids() const {
     UidSet set;
     for (auto it = messages.keyBegin(); it != messages.keyEnd(); ++it)
@@ -33,7 +62,7 @@ UidSet FolderSnapshot::uids() const {
 }
 
 // The file: a header line, "validity <n> <modseq>", then one line per
-// message: "<uid>\t<flags separated by spaces>\t<key>". Keys come from
+// message in listing order: "<uid>\t<flags separated by spaces>\t<key>". Keys come from
 // Message-IDs, which may hold anything but line breaks and tabs are taken out.
 FolderSnapshot FolderSnapshot::load(const QString& path, QString* error) {
     FolderSnapshot snapshot;
@@ -73,7 +102,9 @@ FolderSnapshot FolderSnapshot::load(const QString& path, QString* error) {
         message.flags = fields[1].split(' ');
         message.flags.removeAll(QByteArray());
         message.key = QString::fromUtf8(fields[2]);
-        snapshot.messages.insert(uid, message);
+        if (snapshot.messages.contains(uid))
+            return damaged(int(i) + 1, QStringLiteral("UID %1 listed twice").arg(uid));
+        snapshot.add(uid, message);
     }
     return snapshot;
 }
@@ -82,10 +113,11 @@ QString FolderSnapshot::save(const QString& path) const {
     QByteArray text = QByteArray(kHeader.data(), kHeader.size()) + '\n';
     text += "validity " + QByteArray::number(uidValidity) + ' ' +
             QByteArray::number(highestModSeq) + '\n';
-    for (auto it = messages.begin(); it != messages.end(); ++it) {
-        QByteArray key = it->key.toUtf8();
+    for (const quint32 uid : order) {
+        const Message& message = messages[uid];
+        QByteArray key = message.key.toUtf8();
         key.replace('\t', ' ').replace('\n', ' ').replace('\r', ' ');
-        text += QByteArray::number(it.key()) + '\t' + it->flags.join(' ') + '\t' + key + '\n';
+        text += QByteArray::number(uid) + '\t' + message.flags.join(' ') + '\t' + key + '\n';
     }
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))

@@ -26,10 +26,28 @@ struct FolderSnapshot {
 
     quint32 uidValidity = 0; // 0: never seen (no baseline yet)
     quint64 highestModSeq = 0;
-    QMap<quint32, Message> messages; // by UID, ascending: the order of arrival
+    // By UID. Change it only through add(), remove() and replace(), which
+    // keep `order` in step.
+    QMap<quint32, Message> messages;
+    // The folder as listed: the order of arrival, except that a message
+    // whose subject was rewritten keeps its place under its new UID, as a
+    // saved message keeps its place in any mail client.
+    QList<quint32> order;
 
     UidSet uids() const;
     quint32 largestUid() const { return messages.isEmpty() ? 0 : messages.lastKey(); }
+    // Listed last. A UID already listed only has its message replaced.
+    void add(quint32 uid, const Message& message) { insert(order.size(), uid, message); }
+    // Listed at `at` (from 0, at most the count).
+    void insert(qsizetype at, quint32 uid, const Message& message);
+    // Returns where the UID was listed, or -1.
+    qsizetype remove(quint32 uid);
+    // A rewritten message: `newUid` takes the place of `oldUid`, or, when
+    // that is gone already, the place `oldAt` it was removed from (-1:
+    // unknown, listed last). A `newUid` listed already is moved there.
+    // Returns the index where `newUid` was inserted, or -1 when it simply
+    // took the old UID's place.
+    qsizetype replace(quint32 oldUid, quint32 newUid, const Message& message, qsizetype oldAt);
 
     // Reads a saved snapshot. A missing file is an empty snapshot; a damaged
     // one is an error naming the file and line, and the caller starts a new

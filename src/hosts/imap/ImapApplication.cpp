@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QEventLoop>
+#include <QScopeGuard>
 
 #include <algorithm>
 
@@ -361,8 +362,10 @@ void ImapApplication::moveItem(ImapItem& item, ImapFolder& destination) {
     const qint64 now = events::monotonicMs();
     // Written down before the server does it: the watchers see the move
     // come back, and so would the next start after a crash.
-    m_ownActions.expect(source.serverName(), item.key(), OwnActionLog::Disappears, now);
-    m_ownActions.expect(destination.serverName(), item.key(), OwnActionLog::Appears, now);
+    m_ownActions.expect(source.serverName(), item.key(), OwnActionLog::Disappears, now,
+                        !source.watched());
+    m_ownActions.expect(destination.serverName(), item.key(), OwnActionLog::Appears, now,
+                        !destination.watched());
     const auto withdraw = [&] {
         m_ownActions.withdraw(source.serverName(), item.key(), OwnActionLog::Disappears);
         m_ownActions.withdraw(destination.serverName(), item.key(), OwnActionLog::Appears);
@@ -393,14 +396,18 @@ void ImapApplication::moveItem(ImapItem& item, ImapFolder& destination) {
                 newUid = to;
     const FolderSnapshot::Message listed =
         source.snapshot().messages.value(item.uid(), {item.key(), item.flags()});
+    // A watched folder's snapshot now holds the change, so its watcher finds
+    // nothing to report; an unwatched one's is never saved, so the entries
+    // stay for the next start's watchers.
     source.removeMessage(item.uid());
-    m_ownActions.withdraw(source.serverName(), item.key(), OwnActionLog::Disappears);
+    if (source.watched())
+        m_ownActions.withdraw(source.serverName(), item.key(), OwnActionLog::Disappears);
     const QString entryId = m_entryIds.take(placeKey(source.serverName(), item.uid()));
     if (newUid != 0) {
-        // Listed now, so its watcher finds nothing new; without the new UID
-        // the watcher matches it against the log instead.
+        // Without the new UID the watcher matches it against the log instead.
         destination.addMessage(newUid, listed);
-        m_ownActions.withdraw(destination.serverName(), item.key(), OwnActionLog::Appears);
+        if (destination.watched())
+            m_ownActions.withdraw(destination.serverName(), item.key(), OwnActionLog::Appears);
         m_entryIds.insert(placeKey(destination.serverName(), newUid), entryId);
         m_locations.insert(entryId, {destination.serverName(), newUid});
     } else {
@@ -469,6 +476,8 @@ void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
     int rewrite = 0;
     quint32 newUid = 0;
     bool appendedUnknown = false;
+    folder.beginRewrite(oldUid);
+    const auto rewriteOver = qScopeGuard([&folder] { folder.endRewrite(); });
     const auto forgetRewrite = [&] {
         m_ownActions.withdraw(folder.serverName(), newKey, OwnActionLog::Appears);
         m_ownActions.withdraw(folder.serverName(), item.key(), OwnActionLog::Disappears);
@@ -482,8 +491,10 @@ void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
         if (!client.connection().hasCapability("UIDPLUS"))
             throw hostError(QStringLiteral("the server does not offer UIDPLUS, so the old "
                                            "message could not be removed alone"));
-        m_ownActions.expect(folder.serverName(), newKey, OwnActionLog::Appears, now);
-        m_ownActions.expect(folder.serverName(), item.key(), OwnActionLog::Disappears, now);
+        m_ownActions.expect(folder.serverName(), newKey, OwnActionLog::Appears, now,
+                            !folder.watched());
+        m_ownActions.expect(folder.serverName(), item.key(), OwnActionLog::Disappears, now,
+                            !folder.watched());
         rewrite = m_ownActions.beginRewrite(
             {folder.serverName(), folder.snapshot().uidValidity, oldUid, 0, item.key(), newKey});
         saveOwnActions();
@@ -536,10 +547,11 @@ void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
         }
     }
     const FolderSnapshot::Message listed{newKey, item.flags()};
-    folder.removeMessage(oldUid);
-    folder.addMessage(newUid, listed);
-    m_ownActions.withdraw(folder.serverName(), newKey, OwnActionLog::Appears);
-    m_ownActions.withdraw(folder.serverName(), item.key(), OwnActionLog::Disappears);
+    folder.replaceMessage(oldUid, newUid, listed);
+    if (folder.watched()) {
+        m_ownActions.withdraw(folder.serverName(), newKey, OwnActionLog::Appears);
+        m_ownActions.withdraw(folder.serverName(), item.key(), OwnActionLog::Disappears);
+    }
     m_ownActions.endRewrite(rewrite);
     const QString entryId = m_entryIds.take(placeKey(folder.serverName(), oldUid));
     m_entryIds.insert(placeKey(folder.serverName(), newUid), entryId);

@@ -17,11 +17,11 @@ int ImapItems::Count() const {
 }
 
 MailItemRef ImapItems::Item(int index) const {
-    const auto& messages = m_folder.snapshot().messages;
-    if (index < 1 || index > messages.size())
+    const auto& order = m_folder.snapshot().order;
+    if (index < 1 || index > order.size())
         throw VbError(VbError::SubscriptOutOfRange,
                       QStringLiteral("%1: no message %2").arg(m_folder.Name()).arg(index));
-    const quint32 uid = *std::next(messages.keyBegin(), index - 1);
+    const quint32 uid = order[index - 1];
     return m_folder.application().itemAt(m_folder, uid);
 }
 
@@ -50,16 +50,32 @@ void ImapFolder::setModSeq(quint64 highestModSeq) {
 }
 
 void ImapFolder::addMessage(quint32 uid, const FolderSnapshot::Message& message) {
-    m_snapshot.messages.insert(uid, message);
+    m_snapshot.add(uid, message);
+    m_dirty = true;
+}
+
+void ImapFolder::beginRewrite(quint32 oldUid) {
+    m_rewriting = Rewriting{oldUid, -1};
+}
+
+void ImapFolder::replaceMessage(quint32 oldUid, quint32 newUid,
+                                const FolderSnapshot::Message& message) {
+    // The watcher may have listed the new copy last, or dropped the old one.
+    if (m_snapshot.order.contains(newUid) && oldUid != newUid)
+        removeMessage(newUid);
+    const qsizetype oldAt =
+        m_rewriting && m_rewriting->oldUid == oldUid ? m_rewriting->removedAt : -1;
+    if (const qsizetype at = m_snapshot.replace(oldUid, newUid, message, oldAt); at >= 0)
+        m_items.insertedAt(at);
     m_dirty = true;
 }
 
 bool ImapFolder::removeMessage(quint32 uid) {
-    const auto it = m_snapshot.messages.find(uid);
-    if (it == m_snapshot.messages.end())
+    const qsizetype at = m_snapshot.remove(uid);
+    if (at < 0)
         return false;
-    const qsizetype at = std::distance(m_snapshot.messages.begin(), it);
-    m_snapshot.messages.erase(it);
+    if (m_rewriting && m_rewriting->oldUid == uid)
+        m_rewriting->removedAt = at;
     m_items.removedAt(at);
     m_dirty = true;
     return true;

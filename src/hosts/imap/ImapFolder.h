@@ -8,13 +8,14 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
 
 namespace velmora::imap {
 
 class ImapApplication;
 class ImapFolder;
 
-// A folder's messages in UID order, which is the order they arrived in.
+// A folder's messages as listed: in the order they arrived in.
 class ImapItems final : public HostItems {
 public:
     explicit ImapItems(ImapFolder& folder) : m_folder(folder) {}
@@ -28,6 +29,7 @@ public:
     std::unique_ptr<ItemWalk> newWalk() override { return m_walks.newWalk(); }
 
     void removedAt(qsizetype at) { m_walks.removed(at); }
+    void insertedAt(qsizetype at) { m_walks.inserted(at); }
 
 private:
     qsizetype listed() const; // without asking the server
@@ -68,6 +70,13 @@ public:
     void resetSnapshot(FolderSnapshot snapshot);
     void setModSeq(quint64 highestModSeq);
     void addMessage(quint32 uid, const FolderSnapshot::Message& message);
+    // A subject rewrite of `oldUid` is under way: its watcher may list the
+    // new copy or drop the old one before the rewrite is done.
+    void beginRewrite(quint32 oldUid);
+    // The rewrite is done: the new copy takes the old one's place in the
+    // list, as a saved message keeps its place in any mail client.
+    void replaceMessage(quint32 oldUid, quint32 newUid, const FolderSnapshot::Message& message);
+    void endRewrite() { m_rewriting.reset(); }
     // Returns false when the UID was not listed.
     bool removeMessage(quint32 uid);
     void setFlags(quint32 uid, const QByteArrayList& flags);
@@ -83,6 +92,11 @@ private:
     bool m_watched = false;
     bool m_dirty = false;
     FolderSnapshot m_snapshot;
+    struct Rewriting {
+        quint32 oldUid = 0;
+        qsizetype removedAt = -1; // where the old copy was when its watcher dropped it
+    };
+    std::optional<Rewriting> m_rewriting;
     ImapItems m_items{*this};
     QList<std::shared_ptr<ImapFolder>> m_subfolders;
 };

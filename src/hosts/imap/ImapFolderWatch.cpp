@@ -160,8 +160,8 @@ void ImapFolderWatch::baseline(quint32 uidValidity, quint64 highestModSeq, bool 
             snapshot.uidValidity = uidValidity;
             snapshot.highestModSeq = highestModSeq;
             for (const FetchedMessage& message : keys)
-                snapshot.messages.insert(
-                    message.uid, {messageKey(message), message.flags.value_or(QByteArrayList())});
+                snapshot.add(message.uid,
+                             {messageKey(message), message.flags.value_or(QByteArrayList())});
             m_folder.resetSnapshot(snapshot);
             if (renumbered)
                 log(QStringLiteral("%1: renumbered by the server (new UIDVALIDITY); its %2 "

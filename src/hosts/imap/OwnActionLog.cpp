@@ -67,9 +67,10 @@ QString OwnActionLog::save() const {
     return {};
 }
 
-void OwnActionLog::expect(const QString& folder, const QString& key, Change change, qint64 nowMs) {
+void OwnActionLog::expect(const QString& folder, const QString& key, Change change, qint64 nowMs,
+                          bool untilReplay) {
     forgetOld(nowMs);
-    m_entries.append({folder, key, change, nowMs});
+    m_entries.append({folder, key, change, nowMs, untilReplay});
 }
 
 bool OwnActionLog::consume(const QString& folder, const QString& key, Change change, qint64 nowMs) {

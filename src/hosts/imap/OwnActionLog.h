@@ -41,7 +41,11 @@ public:
     // Writes the log whole (atomically). Returns an error naming the file.
     QString save() const;
 
-    void expect(const QString& folder, const QString& key, Change change, qint64 nowMs);
+    // `untilReplay`: the folder is not watched in this run (a sweep from the
+    // command line), so the change shows only at the next start; the entry
+    // is kept until that start's replay is over.
+    void expect(const QString& folder, const QString& key, Change change, qint64 nowMs,
+                bool untilReplay = false);
     // True (and the entry is used up) when the change was expected.
     bool consume(const QString& folder, const QString& key, Change change, qint64 nowMs);
     void withdraw(const QString& folder, const QString& key, Change change);

@@ -33,10 +33,10 @@ TEST(ImapHostState, SnapshotSurvivesARestartAndRefusesDamage) {
     snapshot.uidValidity = 1700000001;
     snapshot.highestModSeq = 42;
     // A Message-ID may hold a tab; a message may have none at all.
-    snapshot.messages.insert(
-        3, {messageKey(QStringLiteral("<a\tb@x>"), 2310, QDateTime::fromSecsSinceEpoch(1000)),
-            {"\\Seen", "$Junk"}});
-    snapshot.messages.insert(9, {messageKey(QString(), 17, QDateTime()), {}});
+    snapshot.add(3,
+                 {messageKey(QStringLiteral("<a\tb@x>"), 2310, QDateTime::fromSecsSinceEpoch(1000)),
+                  {"\\Seen", "$Junk"}});
+    snapshot.add(9, {messageKey(QString(), 17, QDateTime()), {}});
     ASSERT_EQ(snapshot.save(path), QString());
     const FolderSnapshot read = FolderSnapshot::load(path, &error);
     EXPECT_TRUE(error.isEmpty()) << error.toStdString();
@@ -65,6 +65,7 @@ TEST(ImapHostState, SnapshotSurvivesARestartAndRefusesDamage) {
         {"velmora imap snapshot 1\nvalidity x 1\n", ":2: UIDVALIDITY or HIGHESTMODSEQ"},
         {"velmora imap snapshot 1\nvalidity 7 1\n3\t\\Seen\n", ":3: expected UID, flags and key"},
         {"velmora imap snapshot 1\nvalidity 7 1\n0\t\tkey\n", ":3: expected UID, flags and key"},
+        {"velmora imap snapshot 1\nvalidity 7 1\n4\t\tk\n4\t\tk\n", ":4: UID 4 listed twice"},
     };
     for (const auto& d : damaged) {
         writeAll(path, d.text);
@@ -127,4 +128,46 @@ TEST(ImapHostState, OwnActionsOutliveACrashUntilTheReplayIsOver) {
     writeAll(path, "A\tINBOX\n");
     OwnActionLog broken(path);
     EXPECT_TRUE(broken.load(0).contains(QStringLiteral("own-actions:1:")));
+}
+
+// A message whose subject the filter rewrote comes back under a new, higher
+// UID. It keeps its place in the list, so that a walk over the folder (a
+// sweep) neither skips the next message nor meets the rewritten one again,
+// whichever of the new copy and the old one's removal the folder's watcher
+// saw first; and the place survives a restart.
+TEST(ImapHostState, RewrittenMessageKeepsItsPlace) {
+    const auto listed = [](std::initializer_list<quint32> uids) {
+        FolderSnapshot snapshot;
+        snapshot.uidValidity = 7;
+        for (const quint32 uid : uids)
+            snapshot.add(uid, {QStringLiteral("key %1").arg(uid), {}});
+        return snapshot;
+    };
+    const FolderSnapshot::Message rewritten{QStringLiteral("rewritten"), {"\\Seen"}};
+
+    FolderSnapshot quiet = listed({10, 11, 12});
+    EXPECT_EQ(quiet.replace(11, 20, rewritten, -1), -1);
+    EXPECT_EQ(quiet.order, (QList<quint32>{10, 20, 12}));
+    EXPECT_EQ(quiet.messages.keys(), (QList<quint32>{10, 12, 20}));
+    EXPECT_EQ(quiet.messages[20].key, QStringLiteral("rewritten"));
+
+    FolderSnapshot newSeenFirst = listed({10, 11, 12});
+    newSeenFirst.add(20, {QStringLiteral("rewritten"), {}});
+    EXPECT_EQ(newSeenFirst.replace(11, 20, rewritten, -1), -1);
+    EXPECT_EQ(newSeenFirst.order, (QList<quint32>{10, 20, 12}));
+
+    FolderSnapshot oldGoneFirst = listed({10, 11, 12});
+    const qsizetype at = oldGoneFirst.remove(11);
+    EXPECT_EQ(at, 1);
+    oldGoneFirst.add(20, {QStringLiteral("rewritten"), {}});
+    EXPECT_EQ(oldGoneFirst.replace(11, 20, rewritten, at), 1);
+    EXPECT_EQ(oldGoneFirst.order, (QList<quint32>{10, 20, 12}));
+    EXPECT_EQ(oldGoneFirst.messages.size(), 3);
+
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("INBOX.snapshot"));
+    ASSERT_EQ(oldGoneFirst.save(path), QString());
+    QString error;
+    EXPECT_EQ(FolderSnapshot::load(path, &error).order, (QList<quint32>{10, 20, 12}));
+    EXPECT_EQ(oldGoneFirst.largestUid(), 20u);
 }
