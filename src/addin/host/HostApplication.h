@@ -69,7 +69,10 @@ public:
 // user action: one BeforeMove for all of them, then their events.
 // A copy raises BeforeItemCopy, BeforeItemPaste(target) and ItemAdd on the
 // target only; a deletion by the user is a move to Deleted Items that may
-// come without any explorer event.
+// come without any explorer event. A host that learns of deletions only
+// after the fact (another client's) raises BeforeMove with nothing selected
+// before them, so that no handler takes an earlier action's selection for
+// the deleted items.
 //
 // The add-in's own MailItemView::move() raises the same folder events (no
 // explorer event), synchronously, before it returns; a host that also learns

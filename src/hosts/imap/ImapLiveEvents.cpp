@@ -3,6 +3,7 @@
 #include "addin/host/EntryIdCollection.h"
 #include "base/VbError.h"
 #include "hosts/events/MonotonicClock.h"
+#include "hosts/events/UserActionEvents.h"
 #include "hosts/imap/ImapApplication.h"
 #include "hosts/imap/ImapItem.h"
 
@@ -225,27 +226,20 @@ void ImapLiveEvents::raiseMoves(const QList<Correlator::Move>& moves) {
 void ImapLiveEvents::raiseMoveAction(const QList<Correlator::Move>& moves) {
     if (moves.isEmpty())
         return;
-    QList<MailItemRef> selection;
+    QList<MailItemRef> items;
     QStringList subjects;
     for (const auto& move : moves) {
-        selection.append(move.to.payload);
+        items.append(move.to.payload);
         subjects.append(move.to.payload->subject());
     }
-    memory::MemoryExplorer& explorer = m_app.explorer();
-    explorer.setSelection(selection);
-    explorer.BeforeMove.raise();
     const auto from = m_app.folderByName(moves.first().from.folder);
     const auto to = m_app.folderByName(moves.first().to.folder);
-    log(QStringLiteral("moved by the user: %1 -> %2: %3")
-            .arg(from ? from->Name() : moves.first().from.folder,
+    const bool deletion = to.get() == &m_app.trash();
+    log(QStringLiteral("%1 by the user: %2 -> %3: %4")
+            .arg(deletion ? QStringLiteral("deleted") : QStringLiteral("moved"),
+                 from ? from->Name() : moves.first().from.folder,
                  to ? to->Name() : moves.first().to.folder, subjects.join(QStringLiteral("; "))));
-    for (const auto& move : moves) {
-        if (const auto source = m_app.folderByName(move.from.folder))
-            source->Items().ItemRemove.raise();
-        if (const auto target = m_app.folderByName(move.to.folder))
-            target->Items().ItemAdd.raise(move.to.payload);
-    }
-    explorer.setSelection({});
+    events::UserActionEvents(m_app.explorer()).moved(from, to, &m_app.trash(), items);
 }
 
 void ImapLiveEvents::raiseArrivals(const QList<Seen>& seen) {
@@ -264,12 +258,7 @@ void ImapLiveEvents::raiseArrivals(const QList<Seen>& seen) {
             // Anywhere else a message that came from nowhere is a copy (or a
             // server-side filter's delivery), raised as a copy is.
             log(QStringLiteral("copied into %1: %2").arg(folder->Name(), s.payload->subject()));
-            memory::MemoryExplorer& explorer = m_app.explorer();
-            explorer.setSelection({s.payload});
-            explorer.BeforeItemCopy.raise();
-            explorer.BeforeItemPaste.raise(folder);
-            folder->Items().ItemAdd.raise(s.payload);
-            explorer.setSelection({});
+            events::UserActionEvents(m_app.explorer()).copied(folder, s.payload);
         }
     }
     if (!newMail.isEmpty())
@@ -281,7 +270,7 @@ void ImapLiveEvents::raiseRemovals(const QList<Seen>& seen) {
         if (const auto folder = m_app.folderByName(s.folder)) {
             log(QStringLiteral("gone from %1 (deleted, or moved to a folder not watched)")
                     .arg(folder->Name()));
-            folder->Items().ItemRemove.raise();
+            events::UserActionEvents(m_app.explorer()).removed(*folder, 1);
         }
     }
 }

@@ -25,8 +25,10 @@ class ImapItem;
 //     Junk or Trash unpaired is a copy (or a server-side filter's delivery):
 //     BeforeItemCopy, BeforeItemPaste, ItemAdd;
 //   - messages moved together are one user action: BeforeMove with them as
-//     the explorer's selection, then ItemRemove and ItemAdd for each;
-//   - one that vanishes unpaired: ItemRemove on its folder;
+//     the explorer's selection, then ItemRemove and ItemAdd for each; a move
+//     into Trash is a deletion, whose BeforeMove has nothing selected;
+//   - one that vanishes unpaired: BeforeMove with nothing selected, then
+//     ItemRemove on its folder (see UserActionEvents for why);
 //   - Sent is asked with STATUS now and then; what is new there is raised
 //     as ItemAdd then ItemSend.
 // Messages are fetched whole before their event is raised. The host's own

@@ -3,6 +3,7 @@
 #include "addin/host/EntryIdCollection.h"
 #include "base/VbError.h"
 #include "hosts/events/MonotonicClock.h"
+#include "hosts/events/UserActionEvents.h"
 #include "hosts/maildir/MaildirApplication.h"
 #include "hosts/maildir/MaildirFileName.h"
 #include "hosts/maildir/MaildirItem.h"
@@ -248,32 +249,21 @@ void MaildirLiveEvents::raiseMoves(const QList<Correlator::Move>& moves) {
 void MaildirLiveEvents::raiseMoveAction(const QList<Correlator::Move>& moves) {
     if (moves.isEmpty())
         return;
-    QList<MailItemRef> selection;
-    for (const auto& move : moves)
-        selection.append(move.to.payload);
-    MaildirExplorer& explorer = m_app.explorer();
-    explorer.setSelection(selection);
-    explorer.BeforeMove.raise();
-    if (m_log) {
-        // One line per user action: where from, where to, what.
-        QStringList what;
-        for (const auto& move : moves)
-            what.append(move.to.payload->subject());
-        const auto from = m_app.folderByPath(moves.first().from.folder);
-        const auto to = m_app.folderByPath(moves.first().to.folder);
-        m_log(QStringLiteral("moved by the user: %1 -> %2: %3")
-                  .arg(from ? from->Name() : moves.first().from.folder,
-                       to ? to->Name() : moves.first().to.folder, what.join(QStringLiteral("; "))));
-    }
+    QList<MailItemRef> items;
+    QStringList what;
     for (const auto& move : moves) {
-        const auto from = m_app.folderByPath(move.from.folder);
-        const auto to = m_app.folderByPath(move.to.folder);
-        if (from)
-            from->Items().ItemRemove.raise();
-        if (to)
-            to->Items().ItemAdd.raise(move.to.payload);
+        items.append(move.to.payload);
+        what.append(move.to.payload->subject());
     }
-    explorer.setSelection({});
+    const auto from = m_app.folderByPath(moves.first().from.folder);
+    const auto to = m_app.folderByPath(moves.first().to.folder);
+    const bool deletion = to.get() == &m_app.trash();
+    if (m_log) // one line per user action: where from, where to, what
+        m_log(QStringLiteral("%1 by the user: %2 -> %3: %4")
+                  .arg(deletion ? QStringLiteral("deleted") : QStringLiteral("moved"),
+                       from ? from->Name() : moves.first().from.folder,
+                       to ? to->Name() : moves.first().to.folder, what.join(QStringLiteral("; "))));
+    events::UserActionEvents(m_app.explorer()).moved(from, to, &m_app.trash(), items);
 }
 
 void MaildirLiveEvents::raiseArrivals(const QList<Seen>& seen) {
@@ -291,17 +281,10 @@ void MaildirLiveEvents::raiseArrivals(const QList<Seen>& seen) {
             folder->Items().ItemAdd.raise(s.payload);
             m_app.ItemSend.raise(s.payload);
         } else {
-            // Anywhere else a message that came from nowhere is a copy (or a
-            // server-side filter's delivery), raised as a copy is.
             if (m_log)
                 m_log(
                     QStringLiteral("copied into %1: %2").arg(folder->Name(), s.payload->subject()));
-            MaildirExplorer& explorer = m_app.explorer();
-            explorer.setSelection({s.payload});
-            explorer.BeforeItemCopy.raise();
-            explorer.BeforeItemPaste.raise(folder);
-            folder->Items().ItemAdd.raise(s.payload);
-            explorer.setSelection({});
+            events::UserActionEvents(m_app.explorer()).copied(folder, s.payload);
         }
     }
     if (!newMail.isEmpty())
@@ -311,7 +294,7 @@ void MaildirLiveEvents::raiseArrivals(const QList<Seen>& seen) {
 void MaildirLiveEvents::raiseRemovals(const QList<Seen>& seen) {
     for (const Seen& s : seen) {
         if (const auto folder = m_app.folderByPath(s.folder))
-            folder->Items().ItemRemove.raise();
+            events::UserActionEvents(m_app.explorer()).removed(*folder, 1);
     }
 }
 

@@ -28,8 +28,10 @@ class MaildirItem;
 //     to another folder, which is a move from the first like any other;
 //   - messages moved together between folders are one user action:
 //     BeforeMove with them as the explorer's selection, then ItemRemove on
-//     the source and ItemAdd on the destination for each;
-//   - one that vanishes for good: ItemRemove on its folder.
+//     the source and ItemAdd on the destination for each; a move into Trash
+//     is a deletion, whose BeforeMove has nothing selected;
+//   - one that vanishes for good: BeforeMove with nothing selected, then
+//     ItemRemove on its folder (see UserActionEvents for why).
 // The host's own moves and rewrites are in its journal and are not raised
 // again. Folder lists are kept up to date with every change.
 class MaildirLiveEvents {

@@ -141,3 +141,42 @@ TEST(MaildirAddin, MovesBetweenOtherFoldersAtTheSameMomentAreSeparateActions) {
     }
     EXPECT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
 }
+
+// Deleting a spam in Junk (another client moves it to Trash) does not trust
+// its sender; and a message deleted outright from the Inbox is not confused
+// with the one an earlier action left selected (a spam filed from a folder
+// of the user's into Junk, which no removal handler clears): that one is neither learnt as
+// good nor stripped of its tag in Junk.
+TEST(MaildirAddin, DeletionsLearnNothingFromAnEarlierSelection) {
+    RecordingSink sink;
+    MaildirTree tree;
+    const QString archived = tree.place(QStringLiteral("Work.Projects"),
+                                        rawMail(QStringLiteral("tagged@shop.example"),
+                                                QStringLiteral("{S:100%} Watches"), kSpamBody));
+    const QString junk =
+        tree.place(QStringLiteral("Junk"), rawMail(QStringLiteral("other@shop.example"),
+                                                   QStringLiteral("Pills"), kSpamBody + u'x'));
+    const QString doomed = tree.place(
+        QString(), rawMail(QStringLiteral("friend@home.example"), QStringLiteral("Dinner"),
+                           QStringLiteral("Dinner at eight on Friday?\nBring the photos.\n")));
+    WatchedMaildir w(tree);
+    const auto trusted = [&](const QString& sender) {
+        return SearchinTrust(w.data().TrustedList, sender) >= 1;
+    };
+
+    tree.serverMove({archived}, QStringLiteral("Junk"));
+    ASSERT_TRUE(waitUntil([&] { return w.knows(QStringLiteral("tagged@shop.example")); }));
+    QFile::remove(doomed);
+    ASSERT_TRUE(waitUntil([&] { return w.app->inbox().Items().Count() == 0; }));
+    w.live.flush();
+    EXPECT_EQ(subjectsIn(tree, QStringLiteral("Junk")).size(), 2);
+    EXPECT_TRUE(
+        subjectsIn(tree, QStringLiteral("Junk")).contains(QStringLiteral("{S:100%} Watches")));
+    EXPECT_FALSE(trusted(QStringLiteral("tagged@shop.example")));
+
+    tree.serverMove({junk}, QStringLiteral("Trash"));
+    ASSERT_TRUE(waitUntil([&] { return w.app->trash().Items().Count() == 1; }));
+    w.live.flush();
+    EXPECT_FALSE(trusted(QStringLiteral("other@shop.example")));
+    EXPECT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
+}
