@@ -823,6 +823,28 @@ def scenario(root, velmora, demo_dir, qresync):
         time.sleep(3)
         if watcher.count(r"moved by the user|copied into|gone from"):
             fail("the sweep's own moves came back as the user's:\n" + watcher.this_run())
+
+        # Killed while a delivery waits to be told (it might yet be half of
+        # a move) just after the filter moved the one before it to Junk: the
+        # next start judges it; the one already judged is not judged again.
+        first = personal_message(mail, "claims@global-lotto.example", "Claim again",
+                                 "Your claim number is still waiting, send your bank details.\r\n")
+        second = personal_message(mail, "otto@choir.example", "Tickets",
+                                  "I have two tickets left for the concert on Sunday.\r\n")
+        dovecot.deliver(first[1])
+        time.sleep(0.8)
+        dovecot.deliver(second[1])
+        wait_for("the first judged", lambda: watcher.count(r"new mail from claims@global-lotto"))
+        watcher.process.kill()
+        watcher.stop()
+        if watcher.count(r"new mail from otto@choir\.example"):
+            print("note: the second delivery was judged before the kill")
+        watcher.start()
+        wait_for("the second delivery judged after the kill",
+                 lambda: watcher.count(r"new mail from otto@choir\.example"), 30)
+        time.sleep(2)
+        if watcher.count(r"new mail from claims@global-lotto"):
+            fail("a message judged before the kill was judged again:\n" + watcher.this_run())
         code = watcher.stop()
         if code != 0:
             fail("watch ended with %r" % code)

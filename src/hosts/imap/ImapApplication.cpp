@@ -330,6 +330,10 @@ std::shared_ptr<ImapItem> ImapApplication::adopt(ImapFolder& folder,
                                                  const FetchedMessage& fetched) {
     const QString entryId = entryIdFor(folder, fetched.uid);
     auto item = std::make_shared<ImapItem>(folder, entryId, fetched);
+    // Handles of forgotten messages are kept while held; the rest go now
+    // and then.
+    if (++m_adopted % 1024 == 0)
+        m_handles.removeIf([](const auto& handle) { return handle.value().expired(); });
     m_handles.insert(entryId, item);
     return item;
 }
@@ -339,7 +343,8 @@ void ImapApplication::forget(ImapFolder& folder, quint32 uid) {
     if (entryId.isEmpty())
         return;
     m_locations.remove(entryId);
-    m_handles.remove(entryId);
+    if (m_handles.value(entryId).expired())
+        m_handles.remove(entryId);
 }
 
 void ImapApplication::fault(const QString& what, const QString& why) const {
@@ -422,7 +427,7 @@ void ImapApplication::moveItem(ImapItem& item, ImapFolder& destination) {
 void ImapApplication::persist(ImapFolder& folder) {
     if (!folder.watched() || !folder.dirty() || snapshotPath(folder).isEmpty())
         return;
-    if (const QString error = folder.snapshot().save(snapshotPath(folder)); !error.isEmpty()) {
+    if (const QString error = folder.savedView().save(snapshotPath(folder)); !error.isEmpty()) {
         log(QStringLiteral("the state of %1 was not saved: %2").arg(folder.Name(), error));
         return;
     }

@@ -76,7 +76,10 @@ public:
     // A handle on a message fetched by a watcher, with a new EntryID.
     std::shared_ptr<ImapItem> adopt(ImapFolder& folder, const FetchedMessage& fetched);
     // The message's UID is no longer in the folder (deleted, or moved where
-    // nobody watches): its EntryID finds nothing any more.
+    // nobody watches): its EntryID finds nothing any more, except a handle
+    // still held. New mail the user deletes while the filter judges the
+    // mail that came with it is still read from that handle, so the rest of
+    // the batch is judged; only writing to it fails.
     void forget(ImapFolder& folder, quint32 uid);
 
     // What the add-in does, on the server. Each throws VbError (and tells
@@ -148,6 +151,7 @@ private:
     QHash<QString, QString> m_entryIds;                // folder + '\n' + UID -> EntryID
     QHash<QString, std::weak_ptr<ImapItem>> m_handles; // EntryID -> live handle
     quint64 m_lastEntryId = 0;
+    quint64 m_adopted = 0;
     OwnActionLog m_ownActions;
     std::shared_ptr<memory::MemoryExplorer> m_explorer = std::make_shared<memory::MemoryExplorer>();
     std::shared_ptr<ImapNamespace> m_namespace;

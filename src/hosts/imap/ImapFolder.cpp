@@ -76,9 +76,31 @@ bool ImapFolder::removeMessage(quint32 uid) {
         return false;
     if (m_rewriting && m_rewriting->oldUid == uid)
         m_rewriting->removedAt = at;
+    // Came and went before the add-in heard of it: there is nothing to tell.
+    if (m_unreportedArrivals.remove(uid))
+        m_cameAndWent.insert(uid);
     m_items.removedAt(at);
     m_dirty = true;
     return true;
+}
+
+void ImapFolder::vanishUnreported(quint32 uid, const FolderSnapshot::Message& message) {
+    if (!m_cameAndWent.remove(uid))
+        m_unreportedVanished.insert(uid, message);
+}
+
+FolderSnapshot ImapFolder::savedView() const {
+    if (m_unreportedArrivals.isEmpty() && m_unreportedVanished.isEmpty())
+        return m_snapshot;
+    FolderSnapshot view = m_snapshot;
+    for (const quint32 uid : m_unreportedArrivals)
+        view.remove(uid);
+    for (auto it = m_unreportedVanished.begin(); it != m_unreportedVanished.end(); ++it)
+        view.add(it.key(), it.value());
+    // The server's list of what vanished since a HIGHESTMODSEQ would not
+    // name a removal older than it: the next start compares UIDs instead.
+    view.highestModSeq = 0;
+    return view;
 }
 
 void ImapFolder::setFlags(quint32 uid, const QByteArrayList& flags) {

@@ -5,6 +5,8 @@
 #include "hosts/imap/FolderSnapshot.h"
 
 #include <QList>
+#include <QMap>
+#include <QSet>
 #include <QString>
 
 #include <memory>
@@ -80,6 +82,21 @@ public:
     // Returns false when the UID was not listed.
     bool removeMessage(quint32 uid);
     void setFlags(quint32 uid, const QByteArrayList& flags);
+    // What the watcher has seen but the add-in has not been told yet. The
+    // folder is saved as if it had not been seen (savedView()), so that a
+    // stop before the telling reports it at the next start.
+    void arrivalUnreported(quint32 uid) {
+        m_unreportedArrivals.insert(uid);
+        m_cameAndWent.remove(uid);
+    }
+    void arrivalReported(quint32 uid) { m_unreportedArrivals.remove(uid); }
+    // Its vanishing is kept for telling, unless its arrival never was told.
+    void vanishUnreported(quint32 uid, const FolderSnapshot::Message& message);
+    void vanishReported(quint32 uid) {
+        m_unreportedVanished.remove(uid);
+        m_cameAndWent.remove(uid);
+    }
+    FolderSnapshot savedView() const;
     // True when the folder changed since it was last saved.
     bool dirty() const { return m_dirty; }
     void markSaved() { m_dirty = false; }
@@ -97,6 +114,9 @@ private:
         qsizetype removedAt = -1; // where the old copy was when its watcher dropped it
     };
     std::optional<Rewriting> m_rewriting;
+    QSet<quint32> m_unreportedArrivals;
+    QMap<quint32, FolderSnapshot::Message> m_unreportedVanished;
+    QSet<quint32> m_cameAndWent; // removed before reported; its vanishing is no news
     ImapItems m_items{*this};
     QList<std::shared_ptr<ImapFolder>> m_subfolders;
 };

@@ -80,6 +80,8 @@ ImapLiveEvents::ImapLiveEvents(ImapApplication& app, Log log)
 }
 
 ImapLiveEvents::~ImapLiveEvents() {
+    // What was seen but not yet told is saved as unseen, for the next start.
+    persistAll();
     m_watches.clear();
 }
 
@@ -121,6 +123,7 @@ QList<quint32> ImapLiveEvents::appeared(ImapFolder& folder, const QList<FetchedM
                                        OwnActionLog::Appears, now))
             continue; // the host's own move or rewrite
         wanted.append(message.uid);
+        folder.arrivalUnreported(message.uid);
     }
     m_loading += int(wanted.size());
     return wanted;
@@ -130,10 +133,16 @@ void ImapLiveEvents::vanished(ImapFolder& folder, const ImapFolderWatch::Vanishe
     const qint64 now = events::monotonicMs();
     for (const auto& [uid, message] : gone) {
         if (m_app.ownActions().consume(folder.serverName(), message.key, OwnActionLog::Disappears,
-                                       now))
+                                       now)) {
+            folder.vanishReported(uid);
             continue;
+        }
         m_app.forget(folder, uid);
-        m_correlator.vanish({folder.serverName(), message.key, {}, nullptr}, now);
+        folder.vanishUnreported(uid, message);
+        // The UID rides along as the sighting's name, for telling the folder
+        // once the vanishing is raised. Arrivals have no name, so it pairs
+        // nothing.
+        m_correlator.vanish({folder.serverName(), message.key, QString::number(uid), nullptr}, now);
     }
     schedule(0);
 }
@@ -234,6 +243,11 @@ void ImapLiveEvents::raiseMoveAction(const QList<Correlator::Move>& moves) {
     }
     const auto from = m_app.folderByName(moves.first().from.folder);
     const auto to = m_app.folderByName(moves.first().to.folder);
+    for (const auto& move : moves) {
+        if (from)
+            from->vanishReported(move.from.name.toUInt());
+        move.to.payload->folder().arrivalReported(move.to.payload->uid());
+    }
     const bool deletion = to.get() == &m_app.trash();
     log(QStringLiteral("%1 by the user: %2 -> %3: %4")
             .arg(deletion ? QStringLiteral("deleted") : QStringLiteral("moved"),
@@ -246,6 +260,8 @@ void ImapLiveEvents::raiseArrivals(const QList<Seen>& seen) {
     QStringList newMail;
     for (const Seen& s : seen) {
         const auto folder = m_app.folderByName(s.folder);
+        if (folder)
+            folder->arrivalReported(s.payload->uid());
         // Gone again meanwhile (deleted, or moved where nobody watches):
         // there is nothing left to judge.
         if (!folder || &s.payload->folder() != folder.get() ||
@@ -268,6 +284,7 @@ void ImapLiveEvents::raiseArrivals(const QList<Seen>& seen) {
 void ImapLiveEvents::raiseRemovals(const QList<Seen>& seen) {
     for (const Seen& s : seen) {
         if (const auto folder = m_app.folderByName(s.folder)) {
+            folder->vanishReported(s.name.toUInt());
             log(QStringLiteral("gone from %1 (deleted, or moved to a folder not watched)")
                     .arg(folder->Name()));
             events::UserActionEvents(m_app.explorer()).removed(*folder, 1);
