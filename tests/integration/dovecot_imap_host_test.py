@@ -845,6 +845,42 @@ def scenario(root, velmora, demo_dir, qresync):
         time.sleep(2)
         if watcher.count(r"new mail from claims@global-lotto"):
             fail("a message judged before the kill was judged again:\n" + watcher.this_run())
+
+        # Folders without a watcher of their own: filed from the Inbox into
+        # Work and back, it is two moves (not a deletion and new mail);
+        # rescued from Junk into Work, its sender is trusted; deleted from
+        # Junk (moved to Trash), its sender is not.
+        filed = personal_message(mail, "hedda@choir.example", "Rehearsal notes",
+                                 "The notes from Tuesday's rehearsal are in the shared folder.\r\n")
+        dovecot.deliver(filed[1])
+        wait_for("the filed message judged",
+                 lambda: watcher.count(r"new mail from hedda@choir\.example.*kept"))
+        client.move("INBOX", [filed[0]], "Work")
+        wait_for("Inbox -> Work as a move",
+                 lambda: watcher.count(r"moved by the user: Inbox -> Work: Rehearsal notes"), 20)
+        client.move("Work", [filed[0]], "INBOX")
+        wait_for("Work -> Inbox as a move",
+                 lambda: watcher.count(r"moved by the user: Work -> Inbox: Rehearsal notes"), 20)
+        rescued = personal_message(mail, "ivar@choir.example", "Choir trip",
+                                   "The bus for the choir trip leaves at seven from the church.\r\n")
+        deleted = personal_message(mail, "promo@sale-days.example", "Sale days",
+                                   "Sale days are back with prices cut on every garden chair.\r\n")
+        dovecot.deliver(rescued[1], "Junk")
+        dovecot.deliver(deleted[1], "Junk")
+        wait_for("both copied into Junk", lambda: watcher.count(r"copied into Junk") >= 2)
+        client.move("Junk", [rescued[0]], "Work")
+        wait_for("the sender rescued into Work trusted",
+                 lambda: b"ivar@choir.example" in data_file(watcher, "trusteml.dat"), 20)
+        client.move("Junk", [deleted[0]], "Trash")
+        wait_for("the deletion from Junk",
+                 lambda: watcher.count(r"deleted by the user: Junk -> Trash: Sale days"), 20)
+        time.sleep(1)
+        if b"promo@sale-days.example" in data_file(watcher, "trusteml.dat"):
+            fail("deleting a message in Junk trusted its sender")
+        if watcher.count(r"new mail from hedda@choir\.example") != 1 \
+                or watcher.count(r"gone from"):
+            fail("moves to and from Work taken for new mail or deletions:\n"
+                 + watcher.this_run())
         code = watcher.stop()
         if code != 0:
             fail("watch ended with %r" % code)

@@ -210,6 +210,7 @@ void ImapApplication::readTree(const QList<MailboxEntry>& entries) {
             continue;
         auto folder = std::make_shared<ImapFolder>(
             *this, name, isInbox ? QStringLiteral("Inbox") : entry.leafName(), entry.selectable());
+        folder->setMirror(entry.has("\\All") || entry.has("\\Flagged"));
         m_byName.insert(name, folder);
         std::shared_ptr<ImapFolder> parent = m_store;
         if (!entry.delimiter.isNull() && name.contains(entry.delimiter)) {
@@ -627,7 +628,7 @@ void ImapApplication::finishInterruptedRewrites() {
     m_ownActions.save();
 }
 
-UidSet ImapApplication::readFolder(ImapFolder& folder) {
+ImapApplication::FolderChanges ImapApplication::readChanges(ImapFolder& folder) {
     if (!folder.selectable())
         return {};
     try {
@@ -645,33 +646,54 @@ UidSet ImapApplication::readFolder(ImapFolder& folder) {
             fresh.uidValidity = m_selectedValidity;
             folder.resetSnapshot(fresh);
         }
+        FolderChanges changes;
         UidSet fresh = uids;
         fresh.remove(folder.snapshot().uids());
         UidSet gone = folder.snapshot().uids();
         gone.remove(uids);
-        for (const quint32 uid : gone.toList())
+        for (const quint32 uid : gone.toList()) {
+            changes.gone.append({uid, folder.snapshot().messages.value(uid)});
             folder.removeMessage(uid);
+        }
         if (fresh.isEmpty())
-            return {};
+            return changes;
         const auto [fetchedOk, keys] = wait<QList<FetchedMessage>>(
             [&](ImapClient::Then<QList<FetchedMessage>> done) { client.fetchKeys(fresh, done); });
         if (!fetchedOk.ok())
             throw hostError(fetchedOk.describe());
-        UidSet listed;
         for (const FetchedMessage& message : keys) {
             folder.addMessage(message.uid,
                               {messageKey(message), message.flags.value_or(QByteArrayList())});
-            listed.add(message.uid);
+            changes.fresh.append(message);
         }
-        return baseline ? UidSet() : listed;
+        if (baseline)
+            changes.fresh.clear();
+        return changes;
     } catch (const VbError& error) {
         log(error.description());
         return {};
     }
 }
 
+UidSet ImapApplication::readFolder(ImapFolder& folder) {
+    UidSet fresh;
+    for (const FetchedMessage& message : readChanges(folder).fresh)
+        fresh.add(message.uid);
+    return fresh;
+}
+
 MailboxStatus ImapApplication::status(ImapFolder& folder) {
     ImapClient& client = commands();
+    // A server may answer STATUS on the selected folder from the session's
+    // own view of it, which other sessions' changes reach only with the next
+    // command that lets the server tell them (Dovecot does so).
+    if (m_selected == folder.serverName()) {
+        const ImapResult synced = waitDone([&](ImapConnection::Done done) {
+            client.connection().run(ImapCommand(QByteArrayLiteral("NOOP")), std::move(done));
+        });
+        if (!synced.ok())
+            m_selected.clear();
+    }
     const auto [result, status] = wait<MailboxStatus>(
         [&](ImapClient::Then<MailboxStatus> done) { client.status(folder.serverName(), done); });
     if (!result.ok())

@@ -87,10 +87,16 @@ public:
     // message as it was, whole.
     void moveItem(ImapItem& item, ImapFolder& destination);
     void rewriteSubject(ImapItem& item, const QString& subject);
+    // What changed in a folder since its last listing.
+    struct FolderChanges {
+        QList<FetchedMessage> fresh; // UID, flags and key of each new message
+        QList<std::pair<quint32, FolderSnapshot::Message>> gone;
+    };
     // Lists a folder again (its UIDs and keys) on the command connection,
-    // for folders no watcher keeps current. Returns the UIDs new since the
-    // last look (none at the first look, nor after a new UIDVALIDITY).
-    // Failures are logged.
+    // for folders no watcher keeps current, and returns what changed: nothing
+    // at the first look, nor after a new UIDVALIDITY. Failures are logged.
+    FolderChanges readChanges(ImapFolder& folder);
+    // The same, for callers that want only the UIDs new since the last look.
     UidSet readFolder(ImapFolder& folder);
     // STATUS of a folder. Throws VbError.
     MailboxStatus status(ImapFolder& folder);

@@ -66,6 +66,10 @@ public:
     // the server whenever the add-in counts the folder's items.
     bool watched() const { return m_watched; }
     void setWatched(bool watched) { m_watched = watched; }
+    // The folder shows messages that live in other folders too (Gmail's All
+    // Mail, a server's Flagged view): its changes tell nothing of a move.
+    bool mirror() const { return m_mirror; }
+    void setMirror(bool mirror) { m_mirror = mirror; }
     const FolderSnapshot& snapshot() const { return m_snapshot; }
     // A new baseline: the list replaced without telling walks (a new
     // UIDVALIDITY, or the first look at an unwatched folder).
@@ -107,6 +111,7 @@ private:
     QString m_name;
     bool m_selectable;
     bool m_watched = false;
+    bool m_mirror = false;
     bool m_dirty = false;
     FolderSnapshot m_snapshot;
     struct Rewriting {

@@ -8,6 +8,7 @@
 #include "hosts/imap/ImapItem.h"
 
 #include <QEventLoop>
+#include <QScopeGuard>
 
 namespace velmora::imap {
 
@@ -21,6 +22,9 @@ constexpr events::EventCorrelator<int>::Timing kTiming{1500, 40};
 // A fetch that never ends holds back every event; after this long the
 // events go out without it.
 constexpr qint64 kLoadingGivesUpMs = 180'000;
+// A move's other half in a folder without a watcher is looked for this soon
+// after the half in a watched folder is seen, well within the pairing window.
+constexpr int kPollSoonMs = 100;
 
 struct Raising {
     explicit Raising(bool& flag) : m_flag(flag) { m_flag = true; }
@@ -40,13 +44,20 @@ ImapLiveEvents::ImapLiveEvents(ImapApplication& app, Log log)
         m_app.setLog(m_log);
     m_timer.setSingleShot(true);
     connect(&m_timer, &QTimer::timeout, this, [this] { settle(events::monotonicMs()); });
-    connect(&m_sentTimer, &QTimer::timeout, this, [this] { pollSent(); });
+    connect(&m_pollTimer, &QTimer::timeout, this, [this] { pollOthers(); });
 
+    // Inbox, Junk and Trash each have a watcher of their own; every other
+    // folder is asked now and then, and at once when a message vanishes from
+    // or appears in a watched one without its other half (a move to or from
+    // Archive, say).
     QList<ImapFolder*> watched;
-    for (ImapFolder* folder : {&m_app.inbox(), &m_app.junk(), &m_app.trash(), &m_app.sent()}) {
-        if (watched.contains(folder))
-            continue;
-        watched.append(folder);
+    for (ImapFolder* folder : {&m_app.inbox(), &m_app.junk(), &m_app.trash()})
+        if (!watched.contains(folder))
+            watched.append(folder);
+    for (const auto& folder : m_app.allFolders())
+        if (!watched.contains(folder.get()) && !folder->mirror())
+            m_polled.append(folder.get());
+    for (ImapFolder* folder : watched + m_polled) {
         QString error;
         FolderSnapshot snapshot = FolderSnapshot::load(m_app.snapshotPath(*folder), &error);
         if (!error.isEmpty())
@@ -69,14 +80,13 @@ ImapLiveEvents::ImapLiveEvents(ImapApplication& app, Log log)
                                  bool again) { notFetched(f, uids, why, again); };
     listener.caughtUp = [this](ImapFolder& f) { caughtUp(f); };
     listener.log = [this](const QString& line) { this->log(line); };
-    for (ImapFolder* folder : watched) {
-        if (folder == &m_app.sent())
-            continue; // asked with STATUS instead
+    for (ImapFolder* folder : watched)
         m_watches.push_back(std::make_unique<ImapFolderWatch>(m_app.account(), *folder, listener));
-    }
     for (const auto& watch : m_watches)
         watch->start();
-    m_sentTimer.start(qMax(1000, m_app.account().sentPollMs));
+    m_pollTimer.start(qMax(1000, m_app.account().sentPollMs));
+    m_pollSoon.setSingleShot(true);
+    connect(&m_pollSoon, &QTimer::timeout, this, [this] { pollOthers(); });
 }
 
 ImapLiveEvents::~ImapLiveEvents() {
@@ -125,6 +135,8 @@ QList<quint32> ImapLiveEvents::appeared(ImapFolder& folder, const QList<FetchedM
         wanted.append(message.uid);
         folder.arrivalUnreported(message.uid);
     }
+    if (!wanted.isEmpty())
+        pollSoon(folder);
     m_loading += int(wanted.size());
     return wanted;
 }
@@ -143,6 +155,7 @@ void ImapLiveEvents::vanished(ImapFolder& folder, const ImapFolderWatch::Vanishe
         // once the vanishing is raised. Arrivals have no name, so it pairs
         // nothing.
         m_correlator.vanish({folder.serverName(), message.key, QString::number(uid), nullptr}, now);
+        pollSoon(folder);
     }
     schedule(0);
 }
@@ -180,7 +193,7 @@ void ImapLiveEvents::caughtUp(ImapFolder& folder) {
     m_replayOver = true;
     // What the last run left undone has been seen by now, or never will be.
     QTimer::singleShot(kTiming.pairWindowMs * 2, this, [this] { m_app.ownActions().endReplay(); });
-    QTimer::singleShot(0, this, [this] { pollSent(); });
+    QTimer::singleShot(0, this, [this] { pollOthers(); });
 }
 
 void ImapLiveEvents::schedule(qint64 waitMs) {
@@ -223,6 +236,8 @@ void ImapLiveEvents::settle(qint64 now) {
 void ImapLiveEvents::persistAll() {
     for (const auto& watch : m_watches)
         m_app.persist(watch->folder());
+    for (ImapFolder* folder : std::as_const(m_polled))
+        m_app.persist(*folder);
     if (const QString error = m_app.ownActions().save(); !error.isEmpty())
         log(error);
 }
@@ -270,6 +285,9 @@ void ImapLiveEvents::raiseArrivals(const QList<Seen>& seen) {
         if (folder.get() == &m_app.inbox()) {
             folder->Items().ItemAdd.raise(s.payload);
             newMail.append(s.payload->EntryID());
+        } else if (folder.get() == &m_app.sent()) {
+            folder->Items().ItemAdd.raise(s.payload);
+            m_app.ItemSend.raise(s.payload);
         } else {
             // Anywhere else a message that came from nowhere is a copy (or a
             // server-side filter's delivery), raised as a copy is.
@@ -292,33 +310,56 @@ void ImapLiveEvents::raiseRemovals(const QList<Seen>& seen) {
     }
 }
 
-void ImapLiveEvents::pollSent() {
-    // Never inside another command's wait or another event.
-    if (m_raising || m_app.busy())
+void ImapLiveEvents::pollSoon(const ImapFolder& folder) {
+    // Only a watched folder's news may have its other half elsewhere; the
+    // other folders' halves are found by the poll itself.
+    if (m_polled.contains(&folder) || m_pollSoon.isActive())
         return;
-    ImapFolder& sent = m_app.sent();
-    try {
-        const MailboxStatus status = m_app.status(sent);
-        if (status.uidNext == m_sentUidNext && status.messages == m_sentCount &&
-            status.uidValidity == sent.snapshot().uidValidity)
-            return;
-        const UidSet fresh = m_app.readFolder(sent);
-        m_sentUidNext = status.uidNext;
-        m_sentCount = status.messages;
-        Raising raising(m_raising);
-        for (const quint32 uid : fresh.toList()) {
-            try {
-                const auto item = m_app.itemAt(sent, uid);
-                sent.Items().ItemAdd.raise(item);
-                m_app.ItemSend.raise(item);
-            } catch (const VbError& error) {
-                log(error.description());
-            }
-        }
-    } catch (const VbError& error) {
-        log(error.description());
+    m_pollSoon.start(kPollSoonMs);
+}
+
+void ImapLiveEvents::pollOthers() {
+    // Never inside another command's wait or another event.
+    if (m_raising || m_app.busy()) {
+        m_pollSoon.start(kPollSoonMs);
+        return;
     }
-    m_app.persist(sent);
+    // Holds back the events until the other halves are in.
+    ++m_loading;
+    const auto done = qScopeGuard([this] {
+        --m_loading;
+        schedule(0);
+    });
+    for (ImapFolder* folder : std::as_const(m_polled)) {
+        try {
+            const MailboxStatus status = m_app.status(*folder);
+            const auto last = m_lastStatus.constFind(folder);
+            if (last != m_lastStatus.constEnd() && last->uidNext == status.uidNext &&
+                last->messages == status.messages && last->uidValidity == status.uidValidity &&
+                status.uidValidity == folder->snapshot().uidValidity)
+                continue;
+            m_lastStatus.insert(folder, status);
+            const ImapApplication::FolderChanges changes = m_app.readChanges(*folder);
+            if (!changes.gone.isEmpty())
+                vanished(*folder, changes.gone);
+            const QList<quint32> wanted = appeared(*folder, changes.fresh);
+            for (const quint32 uid : wanted) {
+                --m_loading; // counted by appeared()
+                try {
+                    const auto item = m_app.itemAt(*folder, uid);
+                    m_correlator.arrival({folder->serverName(), item->key(), {}, item},
+                                         events::monotonicMs());
+                } catch (const VbError& error) {
+                    // Looked for again at the next poll.
+                    log(error.description());
+                    folder->removeMessage(uid);
+                    m_lastStatus.remove(folder);
+                }
+            }
+        } catch (const VbError& error) {
+            log(error.description());
+        }
+    }
 }
 
 } // namespace velmora::imap

@@ -3,6 +3,7 @@
 #include "hosts/events/EventCorrelator.h"
 #include "hosts/imap/ImapFolderWatch.h"
 
+#include <QHash>
 #include <QTimer>
 
 #include <functional>
@@ -29,8 +30,11 @@ class ImapItem;
 //     into Trash is a deletion, whose BeforeMove has nothing selected;
 //   - one that vanishes unpaired: BeforeMove with nothing selected, then
 //     ItemRemove on its folder (see UserActionEvents for why);
-//   - Sent is asked with STATUS now and then; what is new there is raised
-//     as ItemAdd then ItemSend.
+//   - every other folder is asked with STATUS now and then (and at once
+//     when a watched folder's news may have its other half there), and its
+//     changes go through the correlator too: a move to or from Archive is a
+//     move; what arrives in Sent unpaired is raised as ItemAdd then
+//     ItemSend. Folders that mirror others (Gmail's All Mail) are left out.
 // Messages are fetched whole before their event is raised. The host's own
 // moves and rewrites are in its log of own actions and are not raised again.
 // Each folder's snapshot is saved once its events have been raised, so a
@@ -64,7 +68,8 @@ private:
     void raiseMoveAction(const QList<Correlator::Move>& moves);
     void raiseArrivals(const QList<Seen>& seen);
     void raiseRemovals(const QList<Seen>& seen);
-    void pollSent();
+    void pollSoon(const ImapFolder& folder);
+    void pollOthers();
 
     void schedule(qint64 waitMs);
     void settle(qint64 now);
@@ -76,13 +81,14 @@ private:
     Correlator m_correlator;
     std::vector<std::unique_ptr<ImapFolderWatch>> m_watches;
     QTimer m_timer;
-    QTimer m_sentTimer;
+    QList<ImapFolder*> m_polled; // asked with STATUS, having no watcher
+    QHash<const ImapFolder*, MailboxStatus> m_lastStatus;
+    QTimer m_pollTimer;
+    QTimer m_pollSoon;
     int m_loading = 0;         // messages being fetched before their sighting
     qint64 m_loadingSince = 0; // when m_loading last rose from 0 (0: nothing loading)
     bool m_raising = false;
     bool m_replayOver = false;
-    std::optional<quint32> m_sentUidNext;
-    std::optional<quint32> m_sentCount;
 };
 
 } // namespace velmora::imap
