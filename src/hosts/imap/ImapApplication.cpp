@@ -212,10 +212,15 @@ void ImapApplication::readTree(const QList<MailboxEntry>& entries) {
             *this, name, isInbox ? QStringLiteral("Inbox") : entry.leafName(), entry.selectable());
         folder->setMirror(entry.has("\\All") || entry.has("\\Flagged"));
         m_byName.insert(name, folder);
+        // Folders kept below the Inbox (Courier's "INBOX.Archive") are shown
+        // beside it, as the user's own folders they are: the database build
+        // learns the store's folders, and passes over the Inbox with all
+        // below it.
         std::shared_ptr<ImapFolder> parent = m_store;
         if (!entry.delimiter.isNull() && name.contains(entry.delimiter)) {
             const QString parentName = name.section(entry.delimiter, 0, -2);
-            if (auto found = m_byName.value(parentName))
+            if (auto found = m_byName.value(parentName);
+                found && found->serverName() != QStringLiteral("INBOX"))
                 parent = found;
         }
         parent->addSubfolder(folder);
@@ -230,6 +235,15 @@ void ImapApplication::readTree(const QList<MailboxEntry>& entries) {
     m_junk = specialFolder(choose(m_account.folders.junk, found.junk), QStringLiteral("Junk"));
     m_sent = specialFolder(choose(m_account.folders.sent, found.sent), QStringLiteral("Sent"));
     m_trash = specialFolder(choose(m_account.folders.trash, found.trash), QStringLiteral("Trash"));
+    // Junk, Sent and Trash kept in a folder of their own (Gmail's "[Gmail]")
+    // are shown at the top, as the mail client's own folders are: the
+    // database build passes over these by identity only there, and would
+    // otherwise learn Gmail's Spam and Trash as good mail.
+    for (const auto& special : {m_junk, m_sent, m_trash}) {
+        for (const auto& folder : std::as_const(m_byName))
+            if (folder->removeSubfolder(special.get()))
+                m_store->addSubfolder(special);
+    }
 }
 
 std::shared_ptr<ImapFolder> ImapApplication::specialFolder(const QString& chosen,

@@ -61,6 +61,10 @@ public:
     bool selectable() const { return m_selectable; }
     ImapApplication& application() const { return m_application; }
     void addSubfolder(const std::shared_ptr<ImapFolder>& folder) { m_subfolders.append(folder); }
+    // Returns whether it was a subfolder of this one.
+    bool removeSubfolder(const ImapFolder* folder) {
+        return m_subfolders.removeIf([folder](const auto& f) { return f.get() == folder; }) > 0;
+    }
 
     // A watcher keeps the snapshot current; otherwise it is read again from
     // the server whenever the add-in counts the folder's items.
