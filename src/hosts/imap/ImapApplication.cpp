@@ -198,6 +198,14 @@ void ImapApplication::ensureSelected(ImapFolder& folder, bool forWriting) {
                         .arg(m_account.name(), folder.Name()));
 }
 
+void ImapApplication::catchUpSelected() {
+    const ImapResult synced = waitDone([&](ImapConnection::Done done) {
+        m_client->connection().run(ImapCommand(QByteArrayLiteral("NOOP")), std::move(done));
+    });
+    if (!synced.ok())
+        m_selected.clear();
+}
+
 void ImapApplication::readTree(const QList<MailboxEntry>& entries) {
     m_store = std::make_shared<ImapFolder>(*this, QString(), m_account.name(), false);
     QList<MailboxEntry> sorted = entries;
@@ -495,6 +503,7 @@ void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
     const qint64 now = events::monotonicMs();
     int rewrite = 0;
     quint32 newUid = 0;
+    QByteArrayList flags = item.flags();
     bool appendedUnknown = false;
     folder.beginRewrite(oldUid);
     const auto rewriteOver = qScopeGuard([&folder] { folder.endRewrite(); });
@@ -511,6 +520,25 @@ void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
         if (!client.connection().hasCapability("UIDPLUS"))
             throw hostError(QStringLiteral("the server does not offer UIDPLUS, so the old "
                                            "message could not be removed alone"));
+        // Moved or deleted by another client while it was judged: a new copy
+        // would bring it back where the user no longer wants it. Its flags
+        // may have changed meanwhile too; the new copy takes them as they
+        // are now.
+        ensureSelected(folder, true);
+        catchUpSelected();
+        ensureSelected(folder, true);
+        const auto [looked, present] =
+            wait<QList<FetchedMessage>>([&](ImapClient::Then<QList<FetchedMessage>> done) {
+                m_client->fetchKeys(UidSet{oldUid}, done);
+            });
+        const auto current =
+            std::find_if(present.begin(), present.end(), [&](const FetchedMessage& m) {
+                return m.uid == oldUid && messageKey(m) == item.key();
+            });
+        if (!looked.ok() || current == present.end())
+            throw hostError(looked.ok() ? QStringLiteral("it was moved or deleted meanwhile")
+                                        : looked.describe());
+        flags = current->flags ? settableFlags(*current->flags) : item.flags();
         m_ownActions.expect(folder.serverName(), newKey, OwnActionLog::Appears, now,
                             !folder.watched());
         m_ownActions.expect(folder.serverName(), item.key(), OwnActionLog::Disappears, now,
@@ -520,8 +548,7 @@ void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
         saveOwnActions();
         const auto [appended, appendUid] =
             wait<std::optional<AppendUid>>([&](ImapClient::Then<std::optional<AppendUid>> done) {
-                client.append(folder.serverName(), rewritten, item.flags(), item.internalDate(),
-                              done);
+                m_client->append(folder.serverName(), rewritten, flags, item.internalDate(), done);
             });
         if (!appended.ok())
             throw hostError(appended.describe());
@@ -566,7 +593,7 @@ void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
             throw;
         }
     }
-    const FolderSnapshot::Message listed{newKey, item.flags()};
+    const FolderSnapshot::Message listed{newKey, flags};
     folder.replaceMessage(oldUid, newUid, listed);
     if (folder.watched()) {
         m_ownActions.withdraw(folder.serverName(), newKey, OwnActionLog::Appears);
@@ -594,8 +621,14 @@ void ImapApplication::finishInterruptedRewrites() {
             ImapClient& client = *m_client;
             // Both copies still there? The rewritten one is kept: it is what
             // the filter meant.
+            // Without a Message-ID the new copy is looked for among the
+            // messages that came after the old one.
             ImapCommand search(QByteArrayLiteral("UID SEARCH"));
-            search.raw("HEADER Message-ID").string(messageIdOfKey(r.oldKey).toUtf8());
+            const QString messageId = messageIdOfKey(r.oldKey);
+            if (messageId.isEmpty())
+                search.raw("UID").raw(QByteArray::number(r.oldUid) + ":*");
+            else
+                search.raw("HEADER Message-ID").string(messageId.toUtf8());
             const ImapResult found = waitDone([&](ImapConnection::Done done) {
                 client.connection().run(search, std::move(done));
             });
@@ -701,13 +734,8 @@ MailboxStatus ImapApplication::status(ImapFolder& folder) {
     // A server may answer STATUS on the selected folder from the session's
     // own view of it, which other sessions' changes reach only with the next
     // command that lets the server tell them (Dovecot does so).
-    if (m_selected == folder.serverName()) {
-        const ImapResult synced = waitDone([&](ImapConnection::Done done) {
-            client.connection().run(ImapCommand(QByteArrayLiteral("NOOP")), std::move(done));
-        });
-        if (!synced.ok())
-            m_selected.clear();
-    }
+    if (m_selected == folder.serverName())
+        catchUpSelected();
     const auto [result, status] = wait<MailboxStatus>(
         [&](ImapClient::Then<MailboxStatus> done) { client.status(folder.serverName(), done); });
     if (!result.ok())

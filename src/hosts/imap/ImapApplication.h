@@ -130,6 +130,10 @@ private:
     ImapClient& commands();
     void connectCommands();
     void ensureSelected(ImapFolder& folder, bool forWriting);
+    // Lets the server tell the command connection what other sessions did
+    // to the selected folder: until then a server may answer from the
+    // session's own older view (Dovecot does, for STATUS and UID FETCH).
+    void catchUpSelected();
     // Runs one command of the client and waits for its answer.
     template <class T>
     std::pair<ImapResult, T> wait(const std::function<void(ImapClient::Then<T>)>& start);

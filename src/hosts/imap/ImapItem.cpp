@@ -19,12 +19,16 @@ void ImapAttachment::saveAsFile(const QString& path) const {
 
 ImapItem::ImapItem(ImapFolder& folder, QString entryId, const FetchedMessage& fetched)
     : m_folder(&folder), m_entryId(std::move(entryId)), m_uid(fetched.uid),
-      m_raw(fetched.body.value_or(QByteArray())), m_flags(fetched.flags.value_or(QByteArrayList())),
+      m_raw(fetched.body.value_or(QByteArray())),
+      m_flags(settableFlags(fetched.flags.value_or(QByteArrayList()))),
       m_internalDate(fetched.internalDate), m_key(messageKey(fetched)),
-      m_message(mime::parseMessage(m_raw)) {
+      m_message(mime::parseMessage(m_raw)) {}
+
+QByteArrayList settableFlags(QByteArrayList flags) {
     // \Recent belongs to the session that saw it first; it cannot be set.
-    m_flags.removeIf(
+    flags.removeIf(
         [](const QByteArray& flag) { return flag.compare("\\Recent", Qt::CaseInsensitive) == 0; });
+    return flags;
 }
 
 void ImapItem::setSubject(const QString& subject) {

@@ -13,6 +13,9 @@ namespace velmora::imap {
 
 class ImapFolder;
 
+// The flags as a new copy of the message can be given them.
+QByteArrayList settableFlags(QByteArrayList flags);
+
 class ImapAttachment final : public HostAttachment {
 public:
     explicit ImapAttachment(mime::Attachment attachment) : m_attachment(std::move(attachment)) {}
