@@ -871,6 +871,13 @@ def scenario(root, velmora, demo_dir, qresync):
         client.move("Junk", [rescued[0]], "Work")
         wait_for("the sender rescued into Work trusted",
                  lambda: b"ivar@choir.example" in data_file(watcher, "trusteml.dat"), 20)
+        # Copied from Work into the Inbox: a copy, not new mail to judge.
+        copied = client.messages("Work")[rescued[0]][0]  # leaves Work selected
+        client.imap.uid("COPY", copied, "INBOX")
+        wait_for("the copy into the Inbox",
+                 lambda: watcher.count(r"copied into Inbox: Choir trip"), 20)
+        if watcher.count(r"new mail from ivar@choir\.example"):
+            fail("a copy into the Inbox was judged as new mail")
         client.move("Junk", [deleted[0]], "Trash")
         wait_for("the deletion from Junk",
                  lambda: watcher.count(r"deleted by the user: Junk -> Trash: Sale days"), 20)

@@ -16,7 +16,11 @@ namespace velmora::events {
 // of its own, so before one the remembered selection is emptied with a
 // BeforeMove over nothing: the handlers then learn nothing from the deleted
 // items, as when the user presses Delete in the mail client, instead of
-// learning an earlier action's items a second time.
+// learning an earlier action's items a second time. For the same reason an
+// action whose selection no removal handler consumes (a copy, a delivery by
+// the server into Junk, a move from Archive into Junk) is followed by a
+// BeforeMove over nothing: the add-in's own next move out of the Inbox would
+// otherwise learn that selection as good mail.
 template <class Explorer>
 class UserActionEvents {
 public:
@@ -27,10 +31,7 @@ public:
     void moved(const FolderRef& from, const FolderRef& to, const HostFolder* trash,
                const QList<MailItemRef>& items) {
         const bool deletion = to && to.get() == trash;
-        if (deletion)
-            forgetSelection();
-        else
-            m_explorer.setSelection(items);
+        m_explorer.setSelection(deletion ? QList<MailItemRef>() : items);
         m_explorer.BeforeMove.raise();
         for (const MailItemRef& item : items) {
             if (from)
@@ -38,13 +39,13 @@ public:
             if (to)
                 to->Items().ItemAdd.raise(item);
         }
-        m_explorer.setSelection({});
+        forgetSelection();
     }
 
     // Items that left `folder` for good (deleted outright, or moved where
     // the host does not look): one ItemRemove each.
     void removed(HostFolder& folder, qsizetype count) {
-        forgetSelection();
+        m_explorer.setSelection({});
         m_explorer.BeforeMove.raise();
         for (qsizetype i = 0; i < count; ++i)
             folder.Items().ItemRemove.raise();
@@ -57,11 +58,14 @@ public:
         m_explorer.BeforeItemCopy.raise();
         m_explorer.BeforeItemPaste.raise(folder);
         folder->Items().ItemAdd.raise(item);
-        m_explorer.setSelection({});
+        forgetSelection();
     }
 
 private:
-    void forgetSelection() { m_explorer.setSelection({}); }
+    void forgetSelection() {
+        m_explorer.setSelection({});
+        m_explorer.BeforeMove.raise();
+    }
 
     Explorer& m_explorer;
 };

@@ -718,7 +718,9 @@ ImapApplication::FolderChanges ImapApplication::readChanges(ImapFolder& folder) 
         return changes;
     } catch (const VbError& error) {
         log(error.description());
-        return {};
+        FolderChanges none;
+        none.read = false;
+        return none;
     }
 }
 

@@ -91,6 +91,7 @@ public:
     struct FolderChanges {
         QList<FetchedMessage> fresh; // UID, flags and key of each new message
         QList<std::pair<quint32, FolderSnapshot::Message>> gone;
+        bool read = true; // false when the folder could not be read (logged)
     };
     // Lists a folder again (its UIDs and keys) on the command connection,
     // for folders no watcher keeps current, and returns what changed: nothing

@@ -317,6 +317,10 @@ QString messageIdOf(QByteArrayView headers) {
     QByteArray unfolded(headers.data(), headers.size());
     unfolded.replace("\r\n ", " ").replace("\r\n\t", " ").replace("\n ", " ").replace("\n\t", " ");
     for (const QByteArray& line : unfolded.split('\n')) {
+        // The header ends at the first empty line: a "Message-ID:" in the
+        // body (a bounce quoting the original) is not this message's.
+        if (line.isEmpty() || line == "\r")
+            break;
         const qsizetype colon = line.indexOf(':');
         if (colon > 0 && line.left(colon).trimmed().compare("Message-ID", Qt::CaseInsensitive) == 0)
             return QString::fromUtf8(line.mid(colon + 1).trimmed());

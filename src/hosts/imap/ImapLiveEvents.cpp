@@ -275,14 +275,15 @@ void ImapLiveEvents::raiseArrivals(const QList<Seen>& seen) {
     QStringList newMail;
     for (const Seen& s : seen) {
         const auto folder = m_app.folderByName(s.folder);
-        if (folder)
-            folder->arrivalReported(s.payload->uid());
         // Gone again meanwhile (deleted, or moved where nobody watches):
         // there is nothing left to judge.
         if (!folder || &s.payload->folder() != folder.get() ||
             !folder->snapshot().messages.contains(s.payload->uid()))
             continue;
-        if (folder.get() == &m_app.inbox()) {
+        // A copy keeps the internal date, so a message of the same key in
+        // another folder is where this one was copied from: a delivery has
+        // a date of its own.
+        if (folder.get() == &m_app.inbox() && !listedElsewhere(*folder, s.payload->key())) {
             folder->Items().ItemAdd.raise(s.payload);
             newMail.append(s.payload->EntryID());
         } else if (folder.get() == &m_app.sent()) {
@@ -297,6 +298,22 @@ void ImapLiveEvents::raiseArrivals(const QList<Seen>& seen) {
     }
     if (!newMail.isEmpty())
         m_app.NewMailEx.raise(entryIdCollection(newMail));
+    // Only now: a stop while the batch is judged (the filter's moves save
+    // the folder) leaves the rest of it to be reported at the next start.
+    for (const Seen& s : seen)
+        if (const auto folder = m_app.folderByName(s.folder))
+            folder->arrivalReported(s.payload->uid());
+}
+
+bool ImapLiveEvents::listedElsewhere(const ImapFolder& folder, const QString& key) const {
+    for (const auto& other : m_app.allFolders()) {
+        if (other.get() == &folder)
+            continue;
+        for (const auto& message : other->snapshot().messages)
+            if (message.key == key)
+                return true;
+    }
+    return false;
 }
 
 void ImapLiveEvents::raiseRemovals(const QList<Seen>& seen) {
@@ -338,8 +355,9 @@ void ImapLiveEvents::pollOthers() {
                 last->messages == status.messages && last->uidValidity == status.uidValidity &&
                 status.uidValidity == folder->snapshot().uidValidity)
                 continue;
-            m_lastStatus.insert(folder, status);
             const ImapApplication::FolderChanges changes = m_app.readChanges(*folder);
+            if (changes.read) // else read again at the next poll
+                m_lastStatus.insert(folder, status);
             if (!changes.gone.isEmpty())
                 vanished(*folder, changes.gone);
             const QList<quint32> wanted = appeared(*folder, changes.fresh);

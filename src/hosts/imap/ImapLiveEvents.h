@@ -22,8 +22,9 @@ class ImapItem;
 //     of its own; their arrivals and vanishings go through the event
 //     correlator, which pairs the halves of a move by message key;
 //   - a message that arrives in the Inbox unpaired is new mail: ItemAdd,
-//     then NewMailEx for all that arrived together; one that arrives in
-//     Junk or Trash unpaired is a copy (or a server-side filter's delivery):
+//     then NewMailEx for all that arrived together, unless a message of the
+//     same key is in another folder; that, and one that arrives unpaired
+//     anywhere else, is a copy (or a server-side filter's delivery):
 //     BeforeItemCopy, BeforeItemPaste, ItemAdd;
 //   - messages moved together are one user action: BeforeMove with them as
 //     the explorer's selection, then ItemRemove and ItemAdd for each; a move
@@ -68,6 +69,7 @@ private:
     void raiseMoveAction(const QList<Correlator::Move>& moves);
     void raiseArrivals(const QList<Seen>& seen);
     void raiseRemovals(const QList<Seen>& seen);
+    bool listedElsewhere(const ImapFolder& folder, const QString& key) const;
     void pollSoon(const ImapFolder& folder);
     void pollOthers();
 

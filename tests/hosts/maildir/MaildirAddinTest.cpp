@@ -180,3 +180,25 @@ TEST(MaildirAddin, DeletionsLearnNothingFromAnEarlierSelection) {
     EXPECT_FALSE(trusted(QStringLiteral("other@shop.example")));
     EXPECT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
 }
+
+// Spam the server files into Junk arrives as a copy and is learnt as spam.
+// The filter's own next move of new spam out of the Inbox must not take it
+// for the message leaving the Inbox and learn it as good mail.
+TEST(MaildirAddin, SpamFiledByTheServerStaysSpamAfterTheFiltersOwnMove) {
+    RecordingSink sink;
+    MaildirTree tree;
+    WatchedMaildir w(tree);
+    tree.deliver(QStringLiteral("Junk"), rawMail(QStringLiteral("filed@shop.example"),
+                                                 QStringLiteral("Watches"), kSpamBody));
+    ASSERT_TRUE(waitUntil([&] { return w.knows(QStringLiteral("filed@shop.example")); }));
+    tree.deliver(QString(), rawMail(QStringLiteral("filed@shop.example"), QStringLiteral("Again"),
+                                    kSpamBody + u'x'));
+    ASSERT_TRUE(waitUntil([&] { return tree.files(QStringLiteral("Junk")).size() == 2; }));
+    w.live.flush();
+    for (const TxtRec& rec : w.data().TxtTable) {
+        if (rec.Sender == QStringLiteral("filed@shop.example")) {
+            EXPECT_NE(rec.Flag, kFalse) << "learnt as good mail";
+        }
+    }
+    EXPECT_TRUE(sink.messages.isEmpty()) << sink.messages.join(u'|').toStdString();
+}
