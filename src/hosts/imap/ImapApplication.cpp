@@ -694,6 +694,8 @@ ImapApplication::FolderChanges ImapApplication::readChanges(ImapFolder& folder) 
             folder.resetSnapshot(fresh);
         }
         FolderChanges changes;
+        if (!uids.isEmpty())
+            folder.sawUpTo(uids.ranges().last().last);
         UidSet fresh = uids;
         fresh.remove(folder.snapshot().uids());
         UidSet gone = folder.snapshot().uids();

@@ -39,6 +39,10 @@ QList<FolderRef> ImapFolder::Folders() const {
 
 void ImapFolder::resetSnapshot(FolderSnapshot snapshot) {
     m_snapshot = std::move(snapshot);
+    m_seenUpTo = m_snapshot.largestUid();
+    m_unreportedArrivals.clear();
+    m_unreportedVanished.clear();
+    m_cameAndWent.clear();
     m_dirty = true;
 }
 
@@ -90,7 +94,8 @@ void ImapFolder::vanishUnreported(quint32 uid, const FolderSnapshot::Message& me
 }
 
 FolderSnapshot ImapFolder::savedView() const {
-    if (m_unreportedArrivals.isEmpty() && m_unreportedVanished.isEmpty())
+    const bool ownAboveSeen = m_snapshot.largestUid() > m_seenUpTo;
+    if (m_unreportedArrivals.isEmpty() && m_unreportedVanished.isEmpty() && !ownAboveSeen)
         return m_snapshot;
     FolderSnapshot view = m_snapshot;
     for (const quint32 uid : m_unreportedArrivals)
@@ -98,7 +103,8 @@ FolderSnapshot ImapFolder::savedView() const {
     for (auto it = m_unreportedVanished.begin(); it != m_unreportedVanished.end(); ++it)
         view.add(it.key(), it.value());
     // The server's list of what vanished since a HIGHESTMODSEQ would not
-    // name a removal older than it: the next start compares UIDs instead.
+    // name a removal older than it, and what is new is asked for above the
+    // largest UID listed: the next start compares UIDs instead.
     view.highestModSeq = 0;
     return view;
 }

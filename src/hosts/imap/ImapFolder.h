@@ -105,6 +105,12 @@ public:
         m_cameAndWent.remove(uid);
     }
     FolderSnapshot savedView() const;
+    // The largest UID the folder's watcher has seen the server list. The
+    // watcher asks for what is above it; the host's own additions (a moved
+    // or rewritten message's new UID) may lie above messages the watcher
+    // has not been told of yet, so they do not raise it.
+    quint32 seenUpTo() const { return m_seenUpTo; }
+    void sawUpTo(quint32 uid) { m_seenUpTo = qMax(m_seenUpTo, uid); }
     // True when the folder changed since it was last saved.
     bool dirty() const { return m_dirty; }
     void markSaved() { m_dirty = false; }
@@ -116,6 +122,7 @@ private:
     bool m_selectable;
     bool m_watched = false;
     bool m_mirror = false;
+    quint32 m_seenUpTo = 0;
     bool m_dirty = false;
     FolderSnapshot m_snapshot;
     struct Rewriting {

@@ -136,7 +136,7 @@ void ImapFolderWatch::select() {
                 if (changed.uid != 0 && changed.flags)
                     m_folder.setFlags(changed.uid, *changed.flags);
             const bool fromModSeq = m_qresync && snapshot.highestModSeq != 0;
-            const quint32 largest = snapshot.largestUid();
+            const quint32 largest = m_folder.seenUpTo();
             m_folder.setModSeq(modSeq);
             if (fromModSeq) {
                 takeVanished(selected.vanished);
@@ -206,7 +206,7 @@ void ImapFolderWatch::sync() {
     m_syncing = true;
     const FolderSnapshot& snapshot = m_folder.snapshot();
     if (m_qresync && snapshot.highestModSeq != 0) {
-        const quint32 largest = snapshot.largestUid();
+        const quint32 largest = m_folder.seenUpTo();
         takeVanished(std::exchange(m_pendingVanished, UidSet()));
         syncSince(largest);
     } else {
@@ -227,6 +227,8 @@ void ImapFolderWatch::syncByDiff() {
             return;
         }
         noteUpdates(searched);
+        if (!uids.isEmpty())
+            m_folder.sawUpTo(uids.ranges().last().last);
         UidSet gone = m_folder.snapshot().uids();
         gone.remove(uids);
         takeVanished(gone);
@@ -257,9 +259,11 @@ void ImapFolderWatch::syncSince(quint32 largest) {
             return;
         noteUpdates(fetched);
         QList<FetchedMessage> fresh;
-        for (const FetchedMessage& message : keys)
+        for (const FetchedMessage& message : keys) {
+            m_folder.sawUpTo(message.uid);
             if (message.uid > largest && !m_folder.snapshot().messages.contains(message.uid))
                 fresh.append(message);
+        }
         takeNew(fresh);
         finishSync();
     });
