@@ -211,6 +211,16 @@ void ImapApplication::readTree(const QList<MailboxEntry>& entries) {
     QList<MailboxEntry> sorted = entries;
     std::sort(sorted.begin(), sorted.end(),
               [](const MailboxEntry& a, const MailboxEntry& b) { return a.name < b.name; });
+    // A server that keeps every folder below the Inbox (Courier's
+    // "INBOX.Archive") has them shown beside it, as the user's own folders
+    // they are: the database build learns the store's folders, and passes
+    // over the Inbox with all below it. Elsewhere folders below the Inbox
+    // stay there, passed over as in any mail client.
+    const bool allBelowInbox = std::all_of(sorted.begin(), sorted.end(), [](const MailboxEntry& e) {
+        return e.name.compare(QStringLiteral("INBOX"), Qt::CaseInsensitive) == 0 ||
+               (!e.delimiter.isNull() &&
+                e.name.startsWith(QStringLiteral("INBOX") + e.delimiter, Qt::CaseInsensitive));
+    });
     for (const MailboxEntry& entry : sorted) {
         const bool isInbox = entry.name.compare(QStringLiteral("INBOX"), Qt::CaseInsensitive) == 0;
         const QString name = isInbox ? QStringLiteral("INBOX") : entry.name;
@@ -218,17 +228,13 @@ void ImapApplication::readTree(const QList<MailboxEntry>& entries) {
             continue;
         auto folder = std::make_shared<ImapFolder>(
             *this, name, isInbox ? QStringLiteral("Inbox") : entry.leafName(), entry.selectable());
-        folder->setMirror(entry.has("\\All") || entry.has("\\Flagged"));
+        folder->setMirror(entry.has("\\All") || entry.has("\\Flagged") || entry.has("\\Important"));
         m_byName.insert(name, folder);
-        // Folders kept below the Inbox (Courier's "INBOX.Archive") are shown
-        // beside it, as the user's own folders they are: the database build
-        // learns the store's folders, and passes over the Inbox with all
-        // below it.
         std::shared_ptr<ImapFolder> parent = m_store;
         if (!entry.delimiter.isNull() && name.contains(entry.delimiter)) {
             const QString parentName = name.section(entry.delimiter, 0, -2);
             if (auto found = m_byName.value(parentName);
-                found && found->serverName() != QStringLiteral("INBOX"))
+                found && !(allBelowInbox && found->serverName() == QStringLiteral("INBOX")))
                 parent = found;
         }
         parent->addSubfolder(folder);
@@ -391,9 +397,9 @@ void ImapApplication::moveItem(ImapItem& item, ImapFolder& destination) {
     // Written down before the server does it: the watchers see the move
     // come back, and so would the next start after a crash.
     m_ownActions.expect(source.serverName(), item.key(), OwnActionLog::Disappears, now,
-                        !source.watched());
+                        !source.tracked());
     m_ownActions.expect(destination.serverName(), item.key(), OwnActionLog::Appears, now,
-                        !destination.watched());
+                        !destination.tracked());
     const auto withdraw = [&] {
         m_ownActions.withdraw(source.serverName(), item.key(), OwnActionLog::Disappears);
         m_ownActions.withdraw(destination.serverName(), item.key(), OwnActionLog::Appears);
@@ -410,6 +416,10 @@ void ImapApplication::moveItem(ImapItem& item, ImapFolder& destination) {
             });
         if (!result.ok())
             throw hostError(result.describe());
+        // A server with UIDPLUS names the new UID of every message it moved;
+        // none named, none moved (another client took it away first).
+        if (!copied && client.connection().hasCapability("UIDPLUS"))
+            throw hostError(QStringLiteral("it was moved or deleted meanwhile"));
     } catch (const VbError& error) {
         withdraw();
         m_ownActions.save();
@@ -428,13 +438,13 @@ void ImapApplication::moveItem(ImapItem& item, ImapFolder& destination) {
     // nothing to report; an unwatched one's is never saved, so the entries
     // stay for the next start's watchers.
     source.removeMessage(item.uid());
-    if (source.watched())
+    if (source.tracked())
         m_ownActions.withdraw(source.serverName(), item.key(), OwnActionLog::Disappears);
     const QString entryId = m_entryIds.take(placeKey(source.serverName(), item.uid()));
     if (newUid != 0) {
         // Without the new UID the watcher matches it against the log instead.
         destination.addMessage(newUid, listed);
-        if (destination.watched())
+        if (destination.tracked())
             m_ownActions.withdraw(destination.serverName(), item.key(), OwnActionLog::Appears);
         m_entryIds.insert(placeKey(destination.serverName(), newUid), entryId);
         m_locations.insert(entryId, {destination.serverName(), newUid});
@@ -448,7 +458,7 @@ void ImapApplication::moveItem(ImapItem& item, ImapFolder& destination) {
 }
 
 void ImapApplication::persist(ImapFolder& folder) {
-    if (!folder.watched() || !folder.dirty() || snapshotPath(folder).isEmpty())
+    if (!folder.tracked() || !folder.dirty() || snapshotPath(folder).isEmpty())
         return;
     if (const QString error = folder.savedView().save(snapshotPath(folder)); !error.isEmpty()) {
         log(QStringLiteral("the state of %1 was not saved: %2").arg(folder.Name(), error));
@@ -540,9 +550,9 @@ void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
                                         : looked.describe());
         flags = current->flags ? settableFlags(*current->flags) : item.flags();
         m_ownActions.expect(folder.serverName(), newKey, OwnActionLog::Appears, now,
-                            !folder.watched());
+                            !folder.tracked());
         m_ownActions.expect(folder.serverName(), item.key(), OwnActionLog::Disappears, now,
-                            !folder.watched());
+                            !folder.tracked());
         rewrite = m_ownActions.beginRewrite(
             {folder.serverName(), folder.snapshot().uidValidity, oldUid, 0, item.key(), newKey});
         saveOwnActions();
@@ -595,7 +605,7 @@ void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
     }
     const FolderSnapshot::Message listed{newKey, flags};
     folder.replaceMessage(oldUid, newUid, listed);
-    if (folder.watched()) {
+    if (folder.tracked()) {
         m_ownActions.withdraw(folder.serverName(), newKey, OwnActionLog::Appears);
         m_ownActions.withdraw(folder.serverName(), item.key(), OwnActionLog::Disappears);
     }

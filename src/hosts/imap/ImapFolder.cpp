@@ -31,9 +31,13 @@ ImapFolder::ImapFolder(ImapApplication& application, QString serverName, QString
       m_selectable(selectable) {}
 
 QList<FolderRef> ImapFolder::Folders() const {
+    // Views of messages that live in other folders (Gmail's All Mail) are
+    // not shown: the database build would learn each message again, spam
+    // not yet judged in the Inbox included.
     QList<FolderRef> folders;
     for (const auto& folder : m_subfolders)
-        folders.append(folder);
+        if (!folder->mirror())
+            folders.append(folder);
     return folders;
 }
 

@@ -70,6 +70,13 @@ public:
     // the server whenever the add-in counts the folder's items.
     bool watched() const { return m_watched; }
     void setWatched(bool watched) { m_watched = watched; }
+    // Asked now and then for its changes, which are reported like a watched
+    // folder's; its list is read again whenever the add-in counts it.
+    bool polled() const { return m_polled; }
+    void setPolled(bool polled) { m_polled = polled; }
+    // Its snapshot is saved and its changes reported, so the host's own
+    // changes to it are recorded there rather than left to the next start.
+    bool tracked() const { return m_watched || m_polled; }
     // The folder shows messages that live in other folders too (Gmail's All
     // Mail, a server's Flagged view): its changes tell nothing of a move.
     bool mirror() const { return m_mirror; }
@@ -122,6 +129,7 @@ private:
     bool m_selectable;
     bool m_watched = false;
     bool m_mirror = false;
+    bool m_polled = false;
     quint32 m_seenUpTo = 0;
     bool m_dirty = false;
     FolderSnapshot m_snapshot;

@@ -64,7 +64,10 @@ ImapLiveEvents::ImapLiveEvents(ImapApplication& app, Log log)
             this->log(error + QStringLiteral(": starting a new baseline for ") + folder->Name());
         folder->resetSnapshot(snapshot);
         folder->markSaved();
-        folder->setWatched(true);
+        if (watched.contains(folder))
+            folder->setWatched(true);
+        else
+            folder->setPolled(true);
     }
     ImapFolderWatch::Listener listener;
     listener.appeared = [this](ImapFolder& f, const QList<FetchedMessage>& keys) {
@@ -191,8 +194,9 @@ void ImapLiveEvents::caughtUp(ImapFolder& folder) {
     if (m_replayOver)
         return;
     m_replayOver = true;
-    // What the last run left undone has been seen by now, or never will be.
-    QTimer::singleShot(kTiming.pairWindowMs * 2, this, [this] { m_app.ownActions().endReplay(); });
+    // What the last run left undone has been seen once the first look at
+    // the folders without a watcher is over too, or never will be.
+    m_replayEndsAfterPoll = true;
     QTimer::singleShot(0, this, [this] { pollOthers(); });
 }
 
@@ -346,6 +350,9 @@ void ImapLiveEvents::pollOthers() {
     const auto done = qScopeGuard([this] {
         --m_loading;
         schedule(0);
+        if (std::exchange(m_replayEndsAfterPoll, false))
+            QTimer::singleShot(kTiming.pairWindowMs * 2, this,
+                               [this] { m_app.ownActions().endReplay(); });
     });
     for (ImapFolder* folder : std::as_const(m_polled)) {
         try {

@@ -91,6 +91,7 @@ private:
     qint64 m_loadingSince = 0; // when m_loading last rose from 0 (0: nothing loading)
     bool m_raising = false;
     bool m_replayOver = false;
+    bool m_replayEndsAfterPoll = false;
 };
 
 } // namespace velmora::imap
