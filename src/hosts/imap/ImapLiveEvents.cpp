@@ -166,7 +166,7 @@ void ImapLiveEvents::vanished(ImapFolder& folder, const ImapFolderWatch::Vanishe
 void ImapLiveEvents::fetched(ImapFolder& folder, const QList<FetchedMessage>& messages) {
     const qint64 now = events::monotonicMs();
     for (const FetchedMessage& message : messages) {
-        --m_loading;
+        loaded(1);
         // Gone again while it was fetched: its vanishing is what counts.
         if (!folder.snapshot().messages.contains(message.uid))
             continue;
@@ -180,7 +180,7 @@ void ImapLiveEvents::fetched(ImapFolder& folder, const QList<FetchedMessage>& me
 void ImapLiveEvents::notFetched(ImapFolder&, const UidSet& uids, const QString&, bool) {
     // The watcher logs it and hands the messages over again once fetched;
     // meanwhile they hold nothing else back.
-    m_loading -= int(uids.size());
+    loaded(int(uids.size()));
     schedule(0);
 }
 
@@ -198,6 +198,11 @@ void ImapLiveEvents::caughtUp(ImapFolder& folder) {
     // the folders without a watcher is over too, or never will be.
     m_replayEndsAfterPoll = true;
     QTimer::singleShot(0, this, [this] { pollOthers(); });
+}
+
+void ImapLiveEvents::loaded(int count) {
+    // Never below nothing: after a give-up the late ones still report in.
+    m_loading = qMax(0, m_loading - count);
 }
 
 void ImapLiveEvents::schedule(qint64 waitMs) {
@@ -348,7 +353,7 @@ void ImapLiveEvents::pollOthers() {
     // Holds back the events until the other halves are in.
     ++m_loading;
     const auto done = qScopeGuard([this] {
-        --m_loading;
+        loaded(1);
         schedule(0);
         if (std::exchange(m_replayEndsAfterPoll, false))
             QTimer::singleShot(kTiming.pairWindowMs * 2, this,
@@ -369,7 +374,7 @@ void ImapLiveEvents::pollOthers() {
                 vanished(*folder, changes.gone);
             const QList<quint32> wanted = appeared(*folder, changes.fresh);
             for (const quint32 uid : wanted) {
-                --m_loading; // counted by appeared()
+                loaded(1); // counted by appeared()
                 try {
                     const auto item = m_app.itemAt(*folder, uid);
                     m_correlator.arrival({folder->serverName(), item->key(), {}, item},

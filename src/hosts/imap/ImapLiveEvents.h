@@ -73,6 +73,7 @@ private:
     void pollSoon(const ImapFolder& folder);
     void pollOthers();
 
+    void loaded(int count);
     void schedule(qint64 waitMs);
     void settle(qint64 now);
     void persistAll();
