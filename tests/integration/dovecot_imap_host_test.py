@@ -871,6 +871,23 @@ def scenario(root, velmora, demo_dir, qresync):
         client.move("Junk", [rescued[0]], "Work")
         wait_for("the sender rescued into Work trusted",
                  lambda: b"ivar@choir.example" in data_file(watcher, "trusteml.dat"), 20)
+        # Rescued from Junk and filed into Work at once, before the filter
+        # heard of the rescue: the tag still goes, where the message is now.
+        dues = personal_message(mail, "jonas@choir.example", "{S:100%} Choir dues",
+                                "The choir dues for the autumn term are due by Friday.\r\n")
+        dovecot.deliver(dues[1], "Junk")
+        wait_for("the tagged message copied into Junk",
+                 lambda: watcher.count(r"copied into Junk: \{S:100%\} Choir dues"))
+        client.move("Junk", [dues[0]], "INBOX")
+        client.move("INBOX", [dues[0]], "Work")
+        wait_for("the tag removed in Work",
+                 lambda: dues[0] in client.messages("Work")
+                 and client.messages("Work")[dues[0]][1] == "Choir dues", 20)
+        wait_for("the sender rescued and filed trusted",
+                 lambda: b"jonas@choir.example" in data_file(watcher, "trusteml.dat"), 20)
+        if watcher.count(r"_error"):
+            fail("a handler failed on a message moved on at once:\n" + watcher.this_run())
+
         # Copied from Work into the Inbox: a copy, not new mail to judge.
         copied = client.messages("Work")[rescued[0]][0]  # leaves Work selected
         client.imap.uid("COPY", copied, "INBOX")

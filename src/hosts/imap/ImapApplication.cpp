@@ -18,10 +18,6 @@ VbError hostError(const QString& text) {
     return VbError(VbError::AutomationError, text);
 }
 
-QString placeKey(const QString& folder, quint32 uid) {
-    return folder + u'\n' + QString::number(uid);
-}
-
 // The Message-ID part of a message key (see messageKey()).
 QString messageIdOfKey(const QString& key) {
     return key.section(u' ', 0, -3);
@@ -77,6 +73,10 @@ ImapApplication::ImapApplication(ImapAccount account, Log log)
 }
 
 ImapApplication::~ImapApplication() = default;
+
+QString ImapApplication::placeKey(const QString& folder, quint32 uid) {
+    return folder + u'\n' + QString::number(uid);
+}
 
 std::shared_ptr<HostNamespace> ImapApplication::GetNamespace(const QString& type) const {
     if (type != QStringLiteral("MAPI"))
@@ -367,13 +367,27 @@ std::shared_ptr<ImapItem> ImapApplication::adopt(ImapFolder& folder,
     return item;
 }
 
-void ImapApplication::forget(ImapFolder& folder, quint32 uid) {
+std::shared_ptr<ImapItem> ImapApplication::forget(ImapFolder& folder, quint32 uid) {
     const QString entryId = m_entryIds.take(placeKey(folder.serverName(), uid));
     if (entryId.isEmpty())
-        return;
+        return nullptr;
     m_locations.remove(entryId);
-    if (m_handles.value(entryId).expired())
+    auto handle = m_handles.value(entryId).lock();
+    if (!handle)
         m_handles.remove(entryId);
+    return handle;
+}
+
+void ImapApplication::follow(ImapItem& handle, const ImapItem& moved) {
+    handle.relocate(moved.folder(), moved.uid());
+    const QString place = placeKey(moved.folder().serverName(), moved.uid());
+    const QString replaced = m_entryIds.value(place);
+    if (!replaced.isEmpty() && replaced != handle.EntryID()) {
+        m_locations.remove(replaced);
+        m_handles.remove(replaced);
+    }
+    m_entryIds.insert(place, handle.EntryID());
+    m_locations.insert(handle.EntryID(), {moved.folder().serverName(), moved.uid()});
 }
 
 void ImapApplication::fault(const QString& what, const QString& why) const {

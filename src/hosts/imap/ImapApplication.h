@@ -79,8 +79,14 @@ public:
     // nobody watches): its EntryID finds nothing any more, except a handle
     // still held. New mail the user deletes while the filter judges the
     // mail that came with it is still read from that handle, so the rest of
-    // the batch is judged; only writing to it fails.
-    void forget(ImapFolder& folder, quint32 uid);
+    // the batch is judged; only writing to it fails. Returns that handle.
+    std::shared_ptr<ImapItem> forget(ImapFolder& folder, quint32 uid);
+    // Names one message's place: its folder and UID.
+    static QString placeKey(const QString& folder, quint32 uid);
+    // The user moved the message of `handle` to where `moved` (a handle
+    // fetched there) is: `handle` and its EntryID follow it, as they do after
+    // the add-in's own move, and take the place of `moved`.
+    void follow(ImapItem& handle, const ImapItem& moved);
 
     // What the add-in does, on the server. Each throws VbError (and tells
     // the fault log, naming the message) when it fails, and leaves the

@@ -152,7 +152,8 @@ void ImapLiveEvents::vanished(ImapFolder& folder, const ImapFolderWatch::Vanishe
             folder.vanishReported(uid);
             continue;
         }
-        m_app.forget(folder, uid);
+        if (auto handle = m_app.forget(folder, uid))
+            m_goneHandles.insert(ImapApplication::placeKey(folder.serverName(), uid), handle);
         folder.vanishUnreported(uid, message);
         // The UID rides along as the sighting's name, for telling the folder
         // once the vanishing is raised. Arrivals have no name, so it pairs
@@ -237,8 +238,10 @@ void ImapLiveEvents::settle(qint64 now) {
         Raising raising(m_raising);
         next = m_correlator.settle(now);
     }
-    if (m_correlator.idle())
+    if (m_correlator.idle()) {
         persistAll();
+        m_goneHandles.clear();
+    }
     schedule(next);
 }
 
@@ -252,7 +255,20 @@ void ImapLiveEvents::persistAll() {
 }
 
 void ImapLiveEvents::raiseMoves(const QList<Correlator::Move>& moves) {
-    for (const QList<Correlator::Move>& action : Correlator::userActions(moves))
+    // Handles the add-in holds follow their messages before any handler
+    // runs: a message rescued from Junk and filed away at once is still
+    // cleaned where it is now.
+    QList<Correlator::Move> followed = moves;
+    for (auto& move : followed) {
+        const auto handle =
+            m_goneHandles.take(ImapApplication::placeKey(move.from.folder, move.from.name.toUInt()))
+                .lock();
+        if (handle && handle != move.to.payload) {
+            m_app.follow(*handle, *move.to.payload);
+            move.to.payload = handle;
+        }
+    }
+    for (const QList<Correlator::Move>& action : Correlator::userActions(followed))
         raiseMoveAction(action);
 }
 

@@ -84,6 +84,9 @@ private:
     Correlator m_correlator;
     std::vector<std::unique_ptr<ImapFolderWatch>> m_watches;
     QTimer m_timer;
+    // Handles on messages seen vanishing, until their move (if it is one)
+    // is raised.
+    QHash<QString, std::weak_ptr<ImapItem>> m_goneHandles;
     QList<ImapFolder*> m_polled; // asked with STATUS, having no watcher
     QHash<const ImapFolder*, MailboxStatus> m_lastStatus;
     QTimer m_pollTimer;
