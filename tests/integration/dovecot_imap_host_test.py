@@ -861,6 +861,12 @@ def scenario(root, velmora, demo_dir, qresync):
         client.move("Work", [filed[0]], "INBOX")
         wait_for("Work -> Inbox as a move",
                  lambda: watcher.count(r"moved by the user: Work -> Inbox: Rehearsal notes"), 20)
+        # Filed into a folder made for it just now, in another client.
+        client.imap.create("Projects")
+        client.move("INBOX", [filed[0]], "Projects")
+        wait_for("Inbox -> a new folder as a move",
+                 lambda: watcher.count(r"moved by the user: Inbox -> Projects: Rehearsal notes"),
+                 20)
         rescued = personal_message(mail, "ivar@choir.example", "Choir trip",
                                    "The bus for the choir trip leaves at seven from the church.\r\n")
         deleted = personal_message(mail, "promo@sale-days.example", "Sale days",

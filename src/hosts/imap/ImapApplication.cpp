@@ -206,6 +206,47 @@ void ImapApplication::catchUpSelected() {
         m_selected.clear();
 }
 
+std::shared_ptr<ImapFolder> ImapApplication::addFolder(const MailboxEntry& entry) {
+    const bool isInbox = entry.name.compare(QStringLiteral("INBOX"), Qt::CaseInsensitive) == 0;
+    const QString name = isInbox ? QStringLiteral("INBOX") : entry.name;
+    if (m_byName.contains(name))
+        return nullptr;
+    auto folder = std::make_shared<ImapFolder>(
+        *this, name, isInbox ? QStringLiteral("Inbox") : entry.leafName(), entry.selectable());
+    folder->setMirror(entry.has("\\All") || entry.has("\\Flagged") || entry.has("\\Important"));
+    m_byName.insert(name, folder);
+    std::shared_ptr<ImapFolder> parent = m_store;
+    if (!entry.delimiter.isNull() && name.contains(entry.delimiter)) {
+        const QString parentName = name.section(entry.delimiter, 0, -2);
+        if (auto found = m_byName.value(parentName);
+            found && !(m_allBelowInbox && found->serverName() == QStringLiteral("INBOX")))
+            parent = found;
+    }
+    parent->addSubfolder(folder);
+    return folder;
+}
+
+QList<std::shared_ptr<ImapFolder>> ImapApplication::findNewFolders() {
+    QList<std::shared_ptr<ImapFolder>> added;
+    try {
+        ImapClient& client = commands();
+        const auto [listed, entries] = wait<QList<MailboxEntry>>(
+            [&](ImapClient::Then<QList<MailboxEntry>> done) { client.listFolders(done); });
+        if (!listed.ok())
+            throw hostError(QStringLiteral("%1: cannot list the folders: %2")
+                                .arg(m_account.name(), listed.describe()));
+        QList<MailboxEntry> sorted = entries;
+        std::sort(sorted.begin(), sorted.end(),
+                  [](const MailboxEntry& a, const MailboxEntry& b) { return a.name < b.name; });
+        for (const MailboxEntry& entry : sorted)
+            if (auto folder = addFolder(entry); folder && folder->selectable())
+                added.append(folder);
+    } catch (const VbError& error) {
+        log(error.description());
+    }
+    return added;
+}
+
 void ImapApplication::readTree(const QList<MailboxEntry>& entries) {
     m_store = std::make_shared<ImapFolder>(*this, QString(), m_account.name(), false);
     QList<MailboxEntry> sorted = entries;
@@ -216,29 +257,13 @@ void ImapApplication::readTree(const QList<MailboxEntry>& entries) {
     // they are: the database build learns the store's folders, and passes
     // over the Inbox with all below it. Elsewhere folders below the Inbox
     // stay there, passed over as in any mail client.
-    const bool allBelowInbox = std::all_of(sorted.begin(), sorted.end(), [](const MailboxEntry& e) {
+    m_allBelowInbox = std::all_of(sorted.begin(), sorted.end(), [](const MailboxEntry& e) {
         return e.name.compare(QStringLiteral("INBOX"), Qt::CaseInsensitive) == 0 ||
                (!e.delimiter.isNull() &&
                 e.name.startsWith(QStringLiteral("INBOX") + e.delimiter, Qt::CaseInsensitive));
     });
-    for (const MailboxEntry& entry : sorted) {
-        const bool isInbox = entry.name.compare(QStringLiteral("INBOX"), Qt::CaseInsensitive) == 0;
-        const QString name = isInbox ? QStringLiteral("INBOX") : entry.name;
-        if (m_byName.contains(name))
-            continue;
-        auto folder = std::make_shared<ImapFolder>(
-            *this, name, isInbox ? QStringLiteral("Inbox") : entry.leafName(), entry.selectable());
-        folder->setMirror(entry.has("\\All") || entry.has("\\Flagged") || entry.has("\\Important"));
-        m_byName.insert(name, folder);
-        std::shared_ptr<ImapFolder> parent = m_store;
-        if (!entry.delimiter.isNull() && name.contains(entry.delimiter)) {
-            const QString parentName = name.section(entry.delimiter, 0, -2);
-            if (auto found = m_byName.value(parentName);
-                found && !(allBelowInbox && found->serverName() == QStringLiteral("INBOX")))
-                parent = found;
-        }
-        parent->addSubfolder(folder);
-    }
+    for (const MailboxEntry& entry : sorted)
+        addFolder(entry);
     m_inbox = m_byName.value(QStringLiteral("INBOX"));
     if (!m_inbox)
         throw hostError(QStringLiteral("%1: the server lists no INBOX").arg(m_account.name()));

@@ -105,6 +105,9 @@ public:
     FolderChanges readChanges(ImapFolder& folder);
     // The same, for callers that want only the UIDs new since the last look.
     UidSet readFolder(ImapFolder& folder);
+    // Folders made on the server since the last look, now in the tree.
+    // Failures are logged.
+    QList<std::shared_ptr<ImapFolder>> findNewFolders();
     // STATUS of a folder. Throws VbError.
     MailboxStatus status(ImapFolder& folder);
 
@@ -146,6 +149,8 @@ private:
     std::pair<ImapResult, T> wait(const std::function<void(ImapClient::Then<T>)>& start);
     ImapResult waitDone(const std::function<void(ImapConnection::Done)>& start);
     void readTree(const QList<MailboxEntry>& entries);
+    // A folder the server lists, put in the tree; nullptr when known.
+    std::shared_ptr<ImapFolder> addFolder(const MailboxEntry& entry);
     std::shared_ptr<ImapFolder> specialFolder(const QString& chosen, const QString& usual);
     void finishInterruptedRewrites();
     void saveOwnActions();
@@ -160,6 +165,7 @@ private:
     bool m_selectedForWriting = false;
     quint32 m_selectedValidity = 0;
     bool m_qresync = false;
+    bool m_allBelowInbox = false; // every folder is kept below the Inbox (Courier)
     int m_waiting = 0;
     std::shared_ptr<ImapFolder> m_store;
     std::shared_ptr<ImapFolder> m_inbox, m_junk, m_sent, m_trash;

@@ -25,6 +25,9 @@ constexpr qint64 kLoadingGivesUpMs = 180'000;
 // A move's other half in a folder without a watcher is looked for this soon
 // after the half in a watched folder is seen, well within the pairing window.
 constexpr int kPollSoonMs = 100;
+// A new folder holding more than this many messages at its first look was
+// copied or restored whole, not filled by the user's moves.
+constexpr quint32 kNewFolderArrivals = 50;
 
 struct Raising {
     explicit Raising(bool& flag) : m_flag(flag) { m_flag = true; }
@@ -360,6 +363,29 @@ void ImapLiveEvents::pollSoon(const ImapFolder& folder) {
     m_pollSoon.start(kPollSoonMs);
 }
 
+void ImapLiveEvents::pollNewFolders() {
+    // Made by another client since the watch began ("move to a new
+    // folder"): what it holds at the first look arrived there, unless it is
+    // a whole folder's worth, copied or restored, which is taken as it is.
+    for (const auto& folder : m_app.findNewFolders()) {
+        if (folder->mirror())
+            continue;
+        log(QStringLiteral("new folder: %1").arg(folder->Name()));
+        try {
+            const MailboxStatus status = m_app.status(*folder);
+            if (status.messages.value_or(0) <= kNewFolderArrivals) {
+                FolderSnapshot empty;
+                empty.uidValidity = status.uidValidity.value_or(0);
+                folder->resetSnapshot(empty);
+            }
+        } catch (const VbError& error) {
+            log(error.description());
+        }
+        folder->setPolled(true);
+        m_polled.append(folder.get());
+    }
+}
+
 void ImapLiveEvents::pollOthers() {
     // Never inside another command's wait or another event.
     if (m_raising || m_app.busy()) {
@@ -368,6 +394,8 @@ void ImapLiveEvents::pollOthers() {
     }
     // Holds back the events until the other halves are in.
     ++m_loading;
+    if (m_replayOver)
+        pollNewFolders();
     const auto done = qScopeGuard([this] {
         loaded(1);
         schedule(0);

@@ -72,6 +72,7 @@ private:
     bool listedElsewhere(const ImapFolder& folder, const QString& key) const;
     void pollSoon(const ImapFolder& folder);
     void pollOthers();
+    void pollNewFolders();
 
     void loaded(int count);
     void schedule(qint64 waitMs);
