@@ -618,19 +618,45 @@ void ImapApplication::rewriteSubject(ImapItem& item, const QString& subject) {
         throw;
     }
     // The new message is whole on the server: now exactly the old one goes.
+    // The STORE is answered with the old message's flags while it is there;
+    // without that answer another client took it away during the APPEND,
+    // and the new copy must not bring it back.
+    bool oldWasThere = true;
     try {
         ensureSelected(folder, true);
         ImapClient& client = *m_client;
-        ImapResult result = waitDone([&](ImapConnection::Done done) {
-            client.store(UidSet{oldUid}, ImapClient::FlagChange::Add,
-                         {QByteArrayLiteral("\\Deleted")}, done);
-        });
-        if (result.ok())
+        ImapCommand mark(QByteArrayLiteral("UID STORE"));
+        mark.raw(QByteArray::number(oldUid)).raw("+FLAGS").raw("(\\Deleted)");
+        ImapResult result = waitDone(
+            [&](ImapConnection::Done done) { client.connection().run(mark, std::move(done)); });
+        if (result.ok()) {
+            oldWasThere = std::any_of(result.untagged.begin(), result.untagged.end(),
+                                      [&](const ImapResponse& response) {
+                                          const auto fetched = readFetch(response);
+                                          return fetched && fetched->uid == oldUid;
+                                      });
+            if (!oldWasThere)
+                throw hostError(QStringLiteral("it was moved or deleted meanwhile"));
             result =
                 waitDone([&](ImapConnection::Done done) { client.expunge(UidSet{oldUid}, done); });
+        }
         if (!result.ok())
             throw hostError(result.describe());
     } catch (const VbError& error) {
+        if (!oldWasThere) {
+            ImapClient& client = *m_client;
+            ImapResult removed = waitDone([&](ImapConnection::Done done) {
+                client.store(UidSet{newUid}, ImapClient::FlagChange::Add,
+                             {QByteArrayLiteral("\\Deleted")}, done);
+            });
+            if (removed.ok())
+                removed = waitDone(
+                    [&](ImapConnection::Done done) { client.expunge(UidSet{newUid}, done); });
+            if (removed.ok())
+                forgetRewrite();
+            fault(what + QStringLiteral(" was not saved"), error.description());
+            throw;
+        }
         const RewriteUndo undo = undoRewrite(folder, oldUid, newUid);
         // When the server carried out the EXPUNGE but its answer was lost,
         // the old message is gone and the new copy is the message now.
