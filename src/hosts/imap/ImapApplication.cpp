@@ -74,6 +74,16 @@ ImapApplication::ImapApplication(ImapAccount account, Log log)
 
 ImapApplication::~ImapApplication() = default;
 
+namespace {
+
+QList<MailboxEntry> sortedByName(QList<MailboxEntry> entries) {
+    std::sort(entries.begin(), entries.end(),
+              [](const MailboxEntry& a, const MailboxEntry& b) { return a.name < b.name; });
+    return entries;
+}
+
+} // namespace
+
 QString ImapApplication::placeKey(const QString& folder, quint32 uid) {
     return folder + u'\n' + QString::number(uid);
 }
@@ -206,7 +216,8 @@ void ImapApplication::catchUpSelected() {
         m_selected.clear();
 }
 
-std::shared_ptr<ImapFolder> ImapApplication::addFolder(const MailboxEntry& entry) {
+std::shared_ptr<ImapFolder> ImapApplication::addFolder(const MailboxEntry& entry,
+                                                       const QString& parentName) {
     const bool isInbox = entry.name.compare(QStringLiteral("INBOX"), Qt::CaseInsensitive) == 0;
     const QString name = isInbox ? QStringLiteral("INBOX") : entry.name;
     if (m_byName.contains(name))
@@ -215,14 +226,9 @@ std::shared_ptr<ImapFolder> ImapApplication::addFolder(const MailboxEntry& entry
         *this, name, isInbox ? QStringLiteral("Inbox") : entry.leafName(), entry.selectable());
     folder->setMirror(entry.has("\\All") || entry.has("\\Flagged") || entry.has("\\Important"));
     m_byName.insert(name, folder);
-    std::shared_ptr<ImapFolder> parent = m_store;
-    if (!entry.delimiter.isNull() && name.contains(entry.delimiter)) {
-        const QString parentName = name.section(entry.delimiter, 0, -2);
-        if (auto found = m_byName.value(parentName);
-            found && !(m_allBelowInbox && found->serverName() == QStringLiteral("INBOX")))
-            parent = found;
-    }
-    parent->addSubfolder(folder);
+    std::shared_ptr<ImapFolder> parent =
+        parentName.isEmpty() ? nullptr : m_byName.value(parentName);
+    (parent ? parent : m_store)->addSubfolder(folder);
     return folder;
 }
 
@@ -235,11 +241,11 @@ QList<std::shared_ptr<ImapFolder>> ImapApplication::findNewFolders() {
         if (!listed.ok())
             throw hostError(QStringLiteral("%1: cannot list the folders: %2")
                                 .arg(m_account.name(), listed.describe()));
-        QList<MailboxEntry> sorted = entries;
-        std::sort(sorted.begin(), sorted.end(),
-                  [](const MailboxEntry& a, const MailboxEntry& b) { return a.name < b.name; });
+        const QList<MailboxEntry> sorted = sortedByName(entries);
+        const QHash<QString, QString> parents = folderParents(sorted, m_specialNames);
         for (const MailboxEntry& entry : sorted)
-            if (auto folder = addFolder(entry); folder && folder->selectable())
+            if (auto folder = addFolder(entry, parents.value(entry.name));
+                folder && folder->selectable())
                 added.append(folder);
     } catch (const VbError& error) {
         log(error.description());
@@ -249,45 +255,29 @@ QList<std::shared_ptr<ImapFolder>> ImapApplication::findNewFolders() {
 
 void ImapApplication::readTree(const QList<MailboxEntry>& entries) {
     m_store = std::make_shared<ImapFolder>(*this, QString(), m_account.name(), false);
-    QList<MailboxEntry> sorted = entries;
-    std::sort(sorted.begin(), sorted.end(),
-              [](const MailboxEntry& a, const MailboxEntry& b) { return a.name < b.name; });
-    // A server that keeps every folder below the Inbox (Courier's
-    // "INBOX.Archive") has them shown beside it, as the user's own folders
-    // they are: the database build learns the store's folders, and passes
-    // over the Inbox with all below it. Elsewhere folders below the Inbox
-    // stay there, passed over as in any mail client.
-    m_allBelowInbox = std::all_of(sorted.begin(), sorted.end(), [](const MailboxEntry& e) {
-        return e.name.compare(QStringLiteral("INBOX"), Qt::CaseInsensitive) == 0 ||
-               (!e.delimiter.isNull() &&
-                e.name.startsWith(QStringLiteral("INBOX") + e.delimiter, Qt::CaseInsensitive));
-    });
+    const SpecialFolders found = findSpecialFolders(entries);
+    const auto choose = [](const QString& chosen, const QString& onServer, const char* usual) {
+        return !chosen.isEmpty()     ? chosen
+               : !onServer.isEmpty() ? onServer
+                                     : QString::fromLatin1(usual);
+    };
+    const QString junk = choose(m_account.folders.junk, found.junk, "Junk");
+    const QString sent = choose(m_account.folders.sent, found.sent, "Sent");
+    const QString trash = choose(m_account.folders.trash, found.trash, "Trash");
+    m_specialNames = {junk, sent, trash};
+    const QList<MailboxEntry> sorted = sortedByName(entries);
+    const QHash<QString, QString> parents = folderParents(sorted, m_specialNames);
     for (const MailboxEntry& entry : sorted)
-        addFolder(entry);
+        addFolder(entry, parents.value(entry.name));
     m_inbox = m_byName.value(QStringLiteral("INBOX"));
     if (!m_inbox)
         throw hostError(QStringLiteral("%1: the server lists no INBOX").arg(m_account.name()));
-    const SpecialFolders found = findSpecialFolders(entries);
-    const auto choose = [](const QString& chosen, const QString& onServer) {
-        return chosen.isEmpty() ? onServer : chosen;
-    };
-    m_junk = specialFolder(choose(m_account.folders.junk, found.junk), QStringLiteral("Junk"));
-    m_sent = specialFolder(choose(m_account.folders.sent, found.sent), QStringLiteral("Sent"));
-    m_trash = specialFolder(choose(m_account.folders.trash, found.trash), QStringLiteral("Trash"));
-    // Junk, Sent and Trash kept in a folder of their own (Gmail's "[Gmail]")
-    // are shown at the top, as the mail client's own folders are: the
-    // database build passes over these by identity only there, and would
-    // otherwise learn Gmail's Spam and Trash as good mail.
-    for (const auto& special : {m_junk, m_sent, m_trash}) {
-        for (const auto& folder : std::as_const(m_byName))
-            if (folder->removeSubfolder(special.get()))
-                m_store->addSubfolder(special);
-    }
+    m_junk = specialFolder(junk);
+    m_sent = specialFolder(sent);
+    m_trash = specialFolder(trash);
 }
 
-std::shared_ptr<ImapFolder> ImapApplication::specialFolder(const QString& chosen,
-                                                           const QString& usual) {
-    const QString name = chosen.isEmpty() ? usual : chosen;
+std::shared_ptr<ImapFolder> ImapApplication::specialFolder(const QString& name) {
     if (auto folder = m_byName.value(name); folder && folder->selectable())
         return folder;
     // None there yet: made, as mail clients make their special folders.

@@ -150,8 +150,8 @@ private:
     ImapResult waitDone(const std::function<void(ImapConnection::Done)>& start);
     void readTree(const QList<MailboxEntry>& entries);
     // A folder the server lists, put in the tree; nullptr when known.
-    std::shared_ptr<ImapFolder> addFolder(const MailboxEntry& entry);
-    std::shared_ptr<ImapFolder> specialFolder(const QString& chosen, const QString& usual);
+    std::shared_ptr<ImapFolder> addFolder(const MailboxEntry& entry, const QString& parentName);
+    std::shared_ptr<ImapFolder> specialFolder(const QString& name);
     void finishInterruptedRewrites();
     void saveOwnActions();
     void fault(const QString& what, const QString& why) const;
@@ -165,7 +165,7 @@ private:
     bool m_selectedForWriting = false;
     quint32 m_selectedValidity = 0;
     bool m_qresync = false;
-    bool m_allBelowInbox = false; // every folder is kept below the Inbox (Courier)
+    QStringList m_specialNames; // Junk, Sent and Trash as chosen, shown at the top
     int m_waiting = 0;
     std::shared_ptr<ImapFolder> m_store;
     std::shared_ptr<ImapFolder> m_inbox, m_junk, m_sent, m_trash;

@@ -1,5 +1,9 @@
 #include "hosts/imap/SpecialFolders.h"
 
+#include <QSet>
+
+#include <algorithm>
+
 namespace velmora::imap {
 
 namespace {
@@ -53,6 +57,34 @@ SpecialFolders findSpecialFolders(const QList<MailboxEntry>& folders) {
                        {QStringLiteral("trash"), QStringLiteral("deleted items"),
                         QStringLiteral("deleted messages"), QStringLiteral("bin")});
     return found;
+}
+
+QHash<QString, QString> folderParents(const QList<MailboxEntry>& folders,
+                                      const QStringList& atTop) {
+    const auto isInbox = [](const QString& name) {
+        return name.compare(QStringLiteral("INBOX"), Qt::CaseInsensitive) == 0;
+    };
+    const bool allBelowInbox = std::all_of(folders.begin(), folders.end(), [&](const auto& e) {
+        return isInbox(e.name) ||
+               (!e.delimiter.isNull() &&
+                e.name.startsWith(QStringLiteral("INBOX") + e.delimiter, Qt::CaseInsensitive));
+    });
+    QSet<QString> listed;
+    for (const MailboxEntry& entry : folders)
+        listed.insert(isInbox(entry.name) ? QStringLiteral("INBOX") : entry.name);
+    QHash<QString, QString> parents;
+    for (const MailboxEntry& entry : folders) {
+        const QString name = isInbox(entry.name) ? QStringLiteral("INBOX") : entry.name;
+        QString parent;
+        if (!atTop.contains(name) && !entry.delimiter.isNull() && name.contains(entry.delimiter)) {
+            const QString above = name.section(entry.delimiter, 0, -2);
+            const QString shown = isInbox(above) ? QStringLiteral("INBOX") : above;
+            if (listed.contains(shown) && !(allBelowInbox && shown == QStringLiteral("INBOX")))
+                parent = shown;
+        }
+        parents.insert(name, parent);
+    }
+    return parents;
 }
 
 } // namespace velmora::imap

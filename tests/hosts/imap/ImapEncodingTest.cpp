@@ -138,3 +138,54 @@ TEST(ImapEncoding, SpecialFoldersByAttributeElseByName) {
     EXPECT_EQ(named.trash, QStringLiteral("Deleted Messages"));
     EXPECT_TRUE(findSpecialFolders({folder("", "INBOX")}).junk.isEmpty());
 }
+
+// Where folders are shown decides what the database build learns: it learns
+// the folders at the top and one level below, and passes over the Inbox
+// (with all below it) and the special folders only where they are at the
+// top.
+TEST(ImapEncoding, FolderTreeAsTheDatabaseBuildNeedsIt) {
+    const auto folder = [](const char* attributes, const char* name, char delimiter) {
+        MailboxEntry entry;
+        if (*attributes)
+            entry.attributes = QByteArray(attributes).split(' ');
+        entry.delimiter = QLatin1Char(delimiter);
+        entry.name = QString::fromUtf8(name);
+        return entry;
+    };
+    // Gmail: Spam, Trash and Sent Mail live in "[Gmail]"; shown at the top.
+    const QList<MailboxEntry> gmail{folder("\\HasNoChildren", "INBOX", '/'),
+                                    folder("\\Noselect \\HasChildren", "[Gmail]", '/'),
+                                    folder("\\All", "[Gmail]/All Mail", '/'),
+                                    folder("\\Junk", "[Gmail]/Spam", '/'),
+                                    folder("\\Trash", "[Gmail]/Trash", '/'),
+                                    folder("\\Sent", "[Gmail]/Sent Mail", '/'),
+                                    folder("", "Receipts", '/'),
+                                    folder("", "Receipts/2024", '/')};
+    const SpecialFolders gmailSpecial = findSpecialFolders(gmail);
+    const QHash<QString, QString> gmailParents =
+        folderParents(gmail, {gmailSpecial.junk, gmailSpecial.sent, gmailSpecial.trash});
+    EXPECT_EQ(gmailParents.value(QStringLiteral("[Gmail]/Spam")), QString());
+    EXPECT_EQ(gmailParents.value(QStringLiteral("[Gmail]/Trash")), QString());
+    EXPECT_EQ(gmailParents.value(QStringLiteral("[Gmail]/Sent Mail")), QString());
+    EXPECT_EQ(gmailParents.value(QStringLiteral("[Gmail]/All Mail")), QStringLiteral("[Gmail]"));
+    EXPECT_EQ(gmailParents.value(QStringLiteral("Receipts/2024")), QStringLiteral("Receipts"));
+
+    // Courier: every folder below INBOX; the user's folders are shown beside
+    // it, and their own subfolders stay in them.
+    const QList<MailboxEntry> courier{folder("", "INBOX", '.'), folder("", "INBOX.Archive", '.'),
+                                      folder("", "INBOX.Archive.2023", '.'),
+                                      folder("", "INBOX.Junk", '.'), folder("", "INBOX.Sent", '.')};
+    const QHash<QString, QString> courierParents =
+        folderParents(courier, {QStringLiteral("INBOX.Junk"), QStringLiteral("INBOX.Sent")});
+    EXPECT_EQ(courierParents.value(QStringLiteral("INBOX.Archive")), QString());
+    EXPECT_EQ(courierParents.value(QStringLiteral("INBOX.Archive.2023")),
+              QStringLiteral("INBOX.Archive"));
+    EXPECT_EQ(courierParents.value(QStringLiteral("INBOX.Junk")), QString());
+
+    // Elsewhere a folder below the Inbox stays there, as in any mail client.
+    const QList<MailboxEntry> dovecot{folder("", "INBOX", '.'), folder("", "INBOX.Lists", '.'),
+                                      folder("\\Junk", "Junk", '.'), folder("", "Work", '.')};
+    const QHash<QString, QString> dovecotParents = folderParents(dovecot, {QStringLiteral("Junk")});
+    EXPECT_EQ(dovecotParents.value(QStringLiteral("INBOX.Lists")), QStringLiteral("INBOX"));
+    EXPECT_EQ(dovecotParents.value(QStringLiteral("Work")), QString());
+}
