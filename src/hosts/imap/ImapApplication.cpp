@@ -62,13 +62,7 @@ ImapApplication::ImapApplication(ImapAccount account, Log log)
     if (const QString error = m_ownActions.load(events::monotonicMs()); !error.isEmpty())
         this->log(error + QStringLiteral(" (the rest of it is ignored)"));
     connectCommands();
-    ImapClient& client = commands();
-    const auto [listed, entries] = wait<QList<MailboxEntry>>(
-        [&](ImapClient::Then<QList<MailboxEntry>> done) { client.listFolders(done); });
-    if (!listed.ok())
-        throw hostError(QStringLiteral("%1: cannot list the folders: %2")
-                            .arg(m_account.name(), listed.describe()));
-    readTree(entries);
+    readTree(listFolders());
     finishInterruptedRewrites();
 }
 
@@ -232,16 +226,20 @@ std::shared_ptr<ImapFolder> ImapApplication::addFolder(const MailboxEntry& entry
     return folder;
 }
 
+QList<MailboxEntry> ImapApplication::listFolders() {
+    ImapClient& client = commands();
+    const auto [listed, entries] = wait<QList<MailboxEntry>>(
+        [&](ImapClient::Then<QList<MailboxEntry>> done) { client.listFolders(done); });
+    if (!listed.ok())
+        throw hostError(QStringLiteral("%1: cannot list the folders: %2")
+                            .arg(m_account.name(), listed.describe()));
+    return entries;
+}
+
 QList<std::shared_ptr<ImapFolder>> ImapApplication::findNewFolders() {
     QList<std::shared_ptr<ImapFolder>> added;
     try {
-        ImapClient& client = commands();
-        const auto [listed, entries] = wait<QList<MailboxEntry>>(
-            [&](ImapClient::Then<QList<MailboxEntry>> done) { client.listFolders(done); });
-        if (!listed.ok())
-            throw hostError(QStringLiteral("%1: cannot list the folders: %2")
-                                .arg(m_account.name(), listed.describe()));
-        const QList<MailboxEntry> sorted = sortedByName(entries);
+        const QList<MailboxEntry> sorted = sortedByName(listFolders());
         const QHash<QString, QString> parents = folderParents(sorted, m_specialNames);
         for (const MailboxEntry& entry : sorted)
             if (auto folder = addFolder(entry, parents.value(entry.name));

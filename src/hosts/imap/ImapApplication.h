@@ -148,6 +148,8 @@ private:
     template <class T>
     std::pair<ImapResult, T> wait(const std::function<void(ImapClient::Then<T>)>& start);
     ImapResult waitDone(const std::function<void(ImapConnection::Done)>& start);
+    // The server's LIST of every folder. Throws VbError.
+    QList<MailboxEntry> listFolders();
     void readTree(const QList<MailboxEntry>& entries);
     // A folder the server lists, put in the tree; nullptr when known.
     std::shared_ptr<ImapFolder> addFolder(const MailboxEntry& entry, const QString& parentName);
