@@ -24,13 +24,12 @@ import ssl
 import struct
 import subprocess
 import sys
-import tempfile
 import threading
 import time
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from dovecot_imap_test import (LDA, SKIP, DemoMail, fail, free_port,  # noqa: E402
-                               report_failure, wait_for)
+                               run_in_scratch, wait_for)
 
 USER = "testuser"
 PASSWORD = "testpass"
@@ -940,15 +939,10 @@ def main():
         return SKIP
     velmora, demo_dir = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
     for qresync in (True, False):
-        root = tempfile.mkdtemp(prefix="velmora-imap-host-")
-        os.chmod(root, 0o755)
-        try:
-            scenario(root, velmora, demo_dir, qresync)
-        except (AssertionError, subprocess.SubprocessError, imaplib.IMAP4.error) as error:
-            report_failure(root, error)
+        if not run_in_scratch("velmora-imap-host-",
+                              lambda root: scenario(root, velmora, demo_dir, qresync),
+                              (AssertionError, subprocess.SubprocessError, imaplib.IMAP4.error)):
             return 1
-        finally:
-            shutil.rmtree(root, ignore_errors=True)
     print("passed")
     return 0
 

@@ -32,6 +32,21 @@ def fail(message):
     raise AssertionError(message)
 
 
+def run_in_scratch(prefix, scenario, failures=(AssertionError,)):
+    """Runs scenario(root) in a fresh folder the server's user may enter, and
+    reports a failure with the folder's logs. Returns True when it passed."""
+    root = tempfile.mkdtemp(prefix=prefix)
+    os.chmod(root, 0o755)
+    try:
+        scenario(root)
+        return True
+    except failures as error:
+        report_failure(root, error)
+        return False
+    finally:
+        shutil.rmtree(root, ignore_errors=True)
+
+
 def report_failure(root, error):
     """Prints why a scenario failed, with the watcher's and the server's logs."""
     print("FAILED: %s" % error, file=sys.stderr)
@@ -408,15 +423,8 @@ def main():
         print("skipped: needs root and Dovecot (dovecot-imapd)")
         return SKIP
     velmora, demo_dir = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
-    root = tempfile.mkdtemp(prefix="velmora-dovecot-")
-    os.chmod(root, 0o755)
-    try:
-        scenario(root, velmora, demo_dir)
-    except AssertionError as error:
-        report_failure(root, error)
+    if not run_in_scratch("velmora-dovecot-", lambda root: scenario(root, velmora, demo_dir)):
         return 1
-    finally:
-        shutil.rmtree(root, ignore_errors=True)
     print("passed")
     return 0
 

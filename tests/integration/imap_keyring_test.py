@@ -21,12 +21,11 @@ import re
 import shutil
 import subprocess
 import sys
-import tempfile
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from dovecot_imap_host_test import (PASSWORD, USER, Dovecot, Watcher,  # noqa: E402
                                     make_certificates)
-from dovecot_imap_test import LDA, SKIP, fail, report_failure, wait_for  # noqa: E402
+from dovecot_imap_test import LDA, SKIP, fail, run_in_scratch, wait_for  # noqa: E402
 from password_prompt import prompt_problems  # noqa: E402
 
 
@@ -204,15 +203,10 @@ def main():
         print("skipped: needs root, Dovecot (dovecot-imapd), openssl, dbus-daemon and "
               "gnome-keyring")
         return SKIP
-    root = tempfile.mkdtemp(prefix="velmora-imap-keyring-")
-    os.chmod(root, 0o755)
-    try:
-        scenario(root, os.path.abspath(sys.argv[1]))
-    except (AssertionError, subprocess.SubprocessError) as error:
-        report_failure(root, error)
+    velmora = os.path.abspath(sys.argv[1])
+    if not run_in_scratch("velmora-imap-keyring-", lambda root: scenario(root, velmora),
+                          (AssertionError, subprocess.SubprocessError)):
         return 1
-    finally:
-        shutil.rmtree(root, ignore_errors=True)
     print("passed")
     return 0
 
